@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Builds everything. With --sanitize the build goes to build-sanitize/ with
+# AddressSanitizer and UndefinedBehaviorSanitizer; otherwise to build/.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+sanitize=OFF
+dir="$root/build"
+for arg in "$@"; do
+    case "$arg" in
+        --sanitize) sanitize=ON; dir="$root/build-sanitize" ;;
+        *) echo "build.sh: unknown option $arg" >&2; exit 2 ;;
+    esac
+done
+
+bash "$root/scripts/setup.sh"
+jobs=$(nproc 2>/dev/null || echo 2)
+cmake -S "$root" -B "$dir" -G Ninja -DHARVEL_SANITIZE=$sanitize >/dev/null
+cmake --build "$dir" -j "$jobs"

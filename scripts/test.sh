@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Builds everything and runs every test. --sanitize does the same under
+# AddressSanitizer and UndefinedBehaviorSanitizer in build-sanitize/.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+bash "$root/scripts/build.sh" "$@"
+dir="$root/build"
+for arg in "$@"; do [ "$arg" = --sanitize ] && dir="$root/build-sanitize"; done
+
+export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0:strict_string_checks=1:detect_stack_use_after_return=1"
+export LSAN_OPTIONS="suppressions=$root/scripts/lsan.supp:print_suppressions=0"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+jobs=$(nproc 2>/dev/null || echo 2)
+cd "$dir"
+ctest --output-on-failure -j "$jobs"
