@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+#include <QVector>
+
+// Activation of definition files (//NC/DEF.DIR/*.DEF) on the NC, as a job:
+// CheckForDefinitionFiles delivers JobData, ActivateDefinitionFiles delivers
+// JobCompleted, both later on this object's thread.
+class SlPmActivateDefFiles : public QObject
+{
+    Q_OBJECT
+public:
+    // Bits of the activation mode.
+    enum Mode {
+        MODE_KEEP_VALUES = 1,  // variables whose definition did not change keep their values
+        MODE_RESET_NC = 2      // the NC is reset as after the activation key
+    };
+
+    explicit SlPmActivateDefFiles(QObject* parent = nullptr);
+    ~SlPmActivateDefFiles() override;
+
+    // false when a job is still running or the list is empty.
+    bool CheckForDefinitionFiles(const QStringList& files);
+    bool ActivateDefinitionFiles(const QStringList& files, int mode);
+    bool isBusy() const { return m_busy; }
+
+signals:
+    // filesToActivate: the files that are definition files of the NC and
+    // exist; gudsExistingData: the data blocks whose values would change.
+    void JobData(const QStringList& filesToActivate, const QString& gudsExistingData);
+    // One code and one text per error, each text naming the file and line.
+    void JobCompleted(const QVector<long>& errCodes, const QStringList& errDatas, bool bCanceled);
+
+private:
+    bool m_busy = false;
+};

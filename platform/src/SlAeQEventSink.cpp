@@ -1,0 +1,3 @@
+#include "SlAeQEventSink.h"
+
+SlAeQEventSink::~SlAeQEventSink() = default;

@@ -1,0 +1,3 @@
+#include "SlPmActivateDefFiles.h"
+
+SlPmActivateDefFiles::~SlPmActivateDefFiles() = default;

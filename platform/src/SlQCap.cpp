@@ -1,0 +1,3 @@
+#include "SlQCap.h"
+
+SlQCap::~SlQCap() = default;

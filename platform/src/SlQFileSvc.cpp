@@ -1,0 +1,3 @@
+#include "SlQFileSvc.h"
+
+SlQFileSvc::~SlQFileSvc() = default;

@@ -1,0 +1,7 @@
+#include "VirtualNc.h"
+
+class VirtualNcPrivate
+{
+};
+
+VirtualNc::~VirtualNc() = default;
