@@ -1,0 +1,209 @@
+#include "Logger.h"
+
+#include "MiscUtility.h"
+
+#include <QDateTime>
+#include <QTextStream>
+#include <QThread>
+#include <QtConcurrent/QtConcurrentRun>
+
+QString CLogger::m_logFile;
+QString CLogger::m_archiveDir;
+QString CLogger::m_archiveSuffix;
+QString CLogger::m_archiveFile;
+QStringList CLogger::m_archiveFileNameFilters;
+QQueue<CLogger::Log> CLogger::m_logQueue;
+QMutex CLogger::m_mutex;
+QFuture<void> CLogger::m_task;
+std::atomic<bool> CLogger::m_taskStop{false};
+qint32 CLogger::m_lastDate = 0;
+
+namespace {
+const int kArchivesKept = 30;
+}
+
+bool CLogger::Initialize(const QString& logFile, int interval)
+{
+    SetLogFile(logFile);
+    m_task = QtConcurrent::run(&CLogger::LogTask, interval);
+    return true;
+}
+
+void CLogger::SetLogFile(const QString& logFile)
+{
+    m_logFile = logFile;
+    m_archiveDir = CMiscUtility::GetFilePath(logFile) + QStringLiteral("archives");
+    m_archiveSuffix = CMiscUtility::GetFileSuffix(logFile);
+    const QString baseName = CMiscUtility::GetFileNameNoSuffix(logFile, '.');
+    m_archiveFile = m_archiveDir + QStringLiteral("/") + baseName + QStringLiteral("_%1") + m_archiveSuffix;
+    m_archiveFileNameFilters.clear();
+    m_archiveFileNameFilters.append(QStringLiteral("%1_????????%2").arg(baseName, m_archiveSuffix));
+}
+
+void CLogger::UnInitialize()
+{
+    m_taskStop = true;
+    m_task.waitForFinished();
+}
+
+void CLogger::Error(const QString& msg, bool withPrefix) { AddLog(msg, withPrefix, QStringLiteral("ERR")); }
+void CLogger::Warn(const QString& msg, bool withPrefix) { AddLog(msg, withPrefix, QStringLiteral("WAR")); }
+void CLogger::Info(const QString& msg, bool withPrefix) { AddLog(msg, withPrefix, QStringLiteral("INF")); }
+void CLogger::Debug(const QString& msg, bool withPrefix) { AddLog(msg, withPrefix, QStringLiteral("DBG")); }
+QString CLogger::Test(const QString& msg, bool withPrefix) { return AddLog(msg, withPrefix, QStringLiteral("TST")); }
+
+namespace {
+// Formatting a local time stamp through QDateTime costs microseconds, which
+// would make logging from a hotlink or timer thread expensive. Each thread
+// keeps the text of the current second (and its date) and only appends the
+// milliseconds; the local-time conversion runs once a second per thread, so
+// a change of the UTC offset is picked up at the next second.
+struct StampCache
+{
+    qint64 second = -1;
+    QString prefix; // "yyyy-MM-dd hh:mm:ss."
+    qint32 date = 0;
+    QString threadId;
+};
+
+void Stamp(StampCache& cache, qint64 msecs)
+{
+    const qint64 second = msecs / 1000;
+    if (second != cache.second) {
+        const QDateTime local = QDateTime::fromMSecsSinceEpoch(second * 1000);
+        cache.prefix = local.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss."));
+        cache.date = cache.prefix.left(10).remove(QLatin1Char('-')).toInt();
+        cache.second = second;
+    }
+}
+} // namespace
+
+QString CLogger::AddLog(const QString& msg, bool withPrefix, const QString& level)
+{
+    thread_local StampCache cache;
+    const qint64 msecs = QDateTime::currentMSecsSinceEpoch();
+    Stamp(cache, msecs);
+    if (cache.threadId.isEmpty())
+        cache.threadId = QStringLiteral("%1").arg(reinterpret_cast<quintptr>(QThread::currentThreadId()), 4, 16,
+                                                  QLatin1Char('0'));
+
+    Log log;
+    log.date = cache.date;
+    if (withPrefix) {
+        // "%1 | %2 | %3 | %4\n": time stamp, level, thread, message. Built by
+        // appending so that a '%' in the message is never taken for a marker.
+        const int ms = static_cast<int>(msecs % 1000);
+        QString& text = log.text;
+        text.reserve(cache.prefix.size() + 3 + 3 + level.size() + 3 + cache.threadId.size() + 3 + msg.size() + 1);
+        text += cache.prefix;
+        text += QLatin1Char(char('0' + ms / 100));
+        text += QLatin1Char(char('0' + ms / 10 % 10));
+        text += QLatin1Char(char('0' + ms % 10));
+        text += QLatin1String(" | ");
+        text += level;
+        text += QLatin1String(" | ");
+        text += cache.threadId;
+        text += QLatin1String(" | ");
+        text += msg;
+        text += QLatin1Char('\n');
+    } else {
+        log.text.reserve(msg.size() + 1);
+        log.text += msg;
+        log.text += QLatin1Char('\n');
+    }
+    m_mutex.lock();
+    m_logQueue.append(log);
+    m_mutex.unlock();
+    return log.text;
+}
+
+QList<tagLogFileInfo> CLogger::GetLogFileList()
+{
+    QList<tagLogFileInfo> list;
+    if (CMiscUtility::FileIsExists(m_logFile))
+        list.append({m_logFile, false});
+    QList<QFileInfo> archives;
+    CMiscUtility::ListFiles(m_archiveDir, m_archiveFileNameFilters, archives, false);
+    for (const QFileInfo& info : archives)
+        list.append({info.absoluteFilePath(), true});
+    return list;
+}
+
+bool CLogger::ReadLog(QStringList& lines)
+{
+    QString error;
+    CMiscUtility::ReadTextFile(m_logFile, lines, error, 0, 0);
+    return true;
+}
+
+bool CLogger::ArchiveFile(int date, const QString& file, QString& archived)
+{
+    archived = m_archiveFile.arg(date);
+    if (!CMiscUtility::CreateFolder(archived, true))
+        return false;
+    return CMiscUtility::RenameFile(file, archived, true);
+}
+
+void CLogger::WriteFile(const CLogger::Log& log, QFile& file)
+{
+    bool rollOver = false;
+    bool purge = false;
+    if (m_lastDate == 0) {
+        // First line of the run: a file left by an earlier day is archived
+        // under the date it was last written, though this run never touched it.
+        bool ok = false;
+        const int fileDate =
+            CMiscUtility::GetFileLastWriteTime(m_logFile, QStringLiteral("yyyyMMdd")).toInt(&ok);
+        if (ok && fileDate != log.date) {
+            m_lastDate = fileDate;
+            rollOver = true;
+        } else {
+            purge = true;
+        }
+    } else if (m_lastDate != log.date) {
+        // Any other date, earlier ones included: the clock may have been set back.
+        rollOver = true;
+    }
+
+    if (rollOver) {
+        if (file.isOpen())
+            file.close();
+        QString archived;
+        purge = ArchiveFile(m_lastDate, m_logFile, archived);
+    }
+    if (purge)
+        CMiscUtility::ClearExpiredFiles(m_archiveDir, m_archiveFileNameFilters, kArchivesKept, false);
+    m_lastDate = log.date;
+
+    if (!file.isOpen()) {
+        CMiscUtility::CreateFolder(m_logFile, true);
+        file.setFileName(m_logFile);
+        if (!file.open(QIODevice::Append | QIODevice::Text))
+            return;
+    }
+    // A stream per line so that each line reaches the file in its turn.
+    QTextStream stream(&file);
+    stream.setCodec("UTF-8");
+    stream << log.text;
+}
+
+void CLogger::LogTask(int interval)
+{
+    QFile file;
+    QQueue<Log> local;
+    while (!m_taskStop) {
+        m_mutex.lock();
+        while (!m_logQueue.isEmpty())
+            local.append(m_logQueue.dequeue());
+        m_mutex.unlock();
+
+        while (!local.isEmpty())
+            WriteFile(local.dequeue(), file);
+
+        QThread::msleep(static_cast<unsigned long>(interval));
+    }
+    // No last drain: lines added during the final sleep are given up, so
+    // that a stop never waits for the disk.
+    if (file.isOpen())
+        file.close();
+}
