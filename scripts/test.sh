@@ -7,7 +7,7 @@ bash "$root/scripts/build.sh" "$@"
 dir="$root/build"
 for arg in "$@"; do [ "$arg" = --sanitize ] && dir="$root/build-sanitize"; done
 
-export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0:strict_string_checks=1:detect_stack_use_after_return=1"
+export ASAN_OPTIONS="detect_leaks=1:fast_unwind_on_malloc=0:strict_string_checks=1:detect_stack_use_after_return=1"
 export LSAN_OPTIONS="suppressions=$root/scripts/lsan.supp:print_suppressions=0"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 jobs=$(nproc 2>/dev/null || echo 2)
