@@ -17,6 +17,12 @@ public:
         MODE_RESET_NC = 2      // the NC is reset as after the activation key
     };
 
+    // Codes of JobCompleted, one per error.
+    static constexpr long E_FILE_NOT_FOUND = static_cast<int>(0x82014011u); // no such file on the NC
+    static constexpr long E_NOT_A_DEFINITION_FILE = static_cast<int>(0x82014012u);
+    static constexpr long E_SYNTAX = static_cast<int>(0x82012080u);         // a line the NC does not accept
+    static constexpr long E_UNREADABLE = static_cast<int>(0x82014013u);
+
     explicit SlPmActivateDefFiles(QObject* parent = nullptr);
     ~SlPmActivateDefFiles() override;
 

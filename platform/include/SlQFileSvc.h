@@ -3,7 +3,6 @@
 #include "NodeInfo.h"
 #include "NodeInfoArray.h"
 
-#include <QFutureWatcher>
 #include <QHash>
 #include <QObject>
 #include <QStringList>
@@ -67,13 +66,12 @@ signals:
     void driveUnmounted(const QString& path);
 
 private:
-    struct Listing;
+    struct Pending;
     void onDriveChanged(const QString& path, bool mounted);
     void onListingDone(long listId);
-    bool attachToNc();
+    long check(const QString& op, const QStringList& paths);
 
     bool m_initialized = false;
     QStringList m_drivePaths;
-    QHash<long, QFutureWatcher<void>*> m_listings;
-    QHash<long, Listing*> m_listingData;
+    QHash<long, Pending*> m_pending;
 };
