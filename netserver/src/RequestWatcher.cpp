@@ -1,0 +1,108 @@
+#include "RequestWatcher.h"
+
+#include <fstream>
+#include <iterator>
+#include <sys/stat.h>
+
+using namespace harvel::net::v1;
+
+namespace {
+
+bool Exists(const std::string& path)
+{
+    struct stat st;
+    return stat(path.c_str(), &st) == 0;
+}
+
+}  // namespace
+
+RequestWatcher::RequestWatcher(std::size_t maxAnswerBytes, AnswerSink sink)
+    : m_maxAnswerBytes(maxAnswerBytes), m_sink(std::move(sink))
+{
+}
+
+void RequestWatcher::Add(Pending pending)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_closed) {
+        pending.completion->Done(
+            grpc::Status(grpc::StatusCode::UNAVAILABLE, "the server is stopping"));
+        return;
+    }
+    m_pending.push_back(std::move(pending));
+}
+
+void RequestWatcher::Poll()
+{
+    std::vector<Pending> settled;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        for (auto it = m_pending.begin(); it != m_pending.end();) {
+            // The plug-in renames .tmp to .req before it answers the
+            // callback, and processes it later on its own timer.
+            if (Exists(it->base + ".req") || Exists(it->base + ".tmp")) {
+                ++it;
+                continue;
+            }
+            settled.push_back(std::move(*it));
+            it = m_pending.erase(it);
+        }
+    }
+    for (Pending& pending : settled)
+        Settle(pending);
+}
+
+bool RequestWatcher::Settle(Pending& pending)
+{
+    RequestFileReply reply;
+    reply.set_ok(true);
+    reply.set_file_name(pending.reqName);
+    if (Exists(pending.base + ".REC"))
+        reply.set_outcome(REQUEST_OUTCOME_CARRIED_OUT_KEPT);
+    else if (Exists(pending.base + ".REP"))
+        reply.set_outcome(REQUEST_OUTCOME_FAILED);
+    else
+        reply.set_outcome(REQUEST_OUTCOME_CARRIED_OUT);
+
+    if (reply.outcome() == REQUEST_OUTCOME_FAILED) {
+        reply.set_err_info("The machine could not carry out the request; its log tells why");
+    } else if (!pending.answerName.empty()) {
+        const std::string folder = pending.base.substr(0, pending.base.find_last_of('/'));
+        const std::string answerPath = folder + "/" + pending.answerName;
+        std::ifstream in(answerPath, std::ios::binary);
+        if (in) {
+            std::string content;
+            content.resize(m_maxAnswerBytes);
+            in.read(&content[0], std::streamsize(content.size()));
+            content.resize(std::size_t(in.gcount()));
+            reply.set_answer_name(pending.answerName);
+            reply.set_answer(content);
+            in.close();
+            // The answer has reached the client; the plug-in may drop it.
+            m_sink(pending.peer, pending.reqName, answerPath);
+        } else {
+            reply.set_err_info("The request was carried out but left no answer file "
+                               + pending.answerName);
+        }
+    }
+    return pending.completion->Done(grpc::Status::OK, std::move(reply));
+}
+
+void RequestWatcher::Close()
+{
+    std::vector<Pending> dropped;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_closed = true;
+        dropped.swap(m_pending);
+    }
+    for (Pending& pending : dropped)
+        pending.completion->Done(
+            grpc::Status(grpc::StatusCode::UNAVAILABLE, "the server is stopping"));
+}
+
+std::size_t RequestWatcher::Count()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_pending.size();
+}

@@ -1,0 +1,68 @@
+#ifndef TESTHOST_H
+#define TESTHOST_H
+
+#include "ZynNetServer.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+// A stand-in for the plug-in behind the callback table: 100 R variables,
+// a file system under a folder, messages that wait until released, and a
+// record of every event the library reports.
+class TestHost
+{
+public:
+    static TestHost& Instance();
+
+    void Reset();
+    void FillTable(void** table);
+
+    // Waits, at most timeout, until pred holds; pred runs under the lock.
+    bool WaitFor(const std::function<bool()>& pred,
+                 std::chrono::milliseconds timeout = std::chrono::seconds(20));
+    std::vector<std::string> Events();
+    bool HasEvent(const std::string& prefix);
+
+    std::mutex mutex;
+    std::condition_variable changed;
+
+    std::vector<double> rvars;
+    bool noReceiver = false;              // callbacks say no without words
+    std::set<std::thread::id> callbackThreads;
+    std::vector<std::string> events;      // "connect PEER METHOD", "journal PEER PATH 1", ...
+    std::vector<std::string> peers;       // peers of request callbacks
+    std::vector<std::string> askedPaths;  // exists, select, download
+
+    // messages
+    bool holdMessages = false;
+    int messagesWaiting = 0;
+    int messagesReturned = 0;
+
+    // uploads
+    int uploadType = -1;
+    std::string uploadPath;
+    std::string uploadContent;
+    bool uploadAnswer = true;
+
+    // downloads: the file the host names, and whether it is a copy
+    std::string downloadFile;
+    bool downloadRemove = false;
+
+    // request files, renamed to .req and waiting for the test to decide
+    std::deque<std::string> requests;
+    std::vector<std::string> droppedAnswers;
+
+    // calls made from inside the library's own entry points would deadlock
+    // the plug-in; the test thread marks itself here
+    std::thread::id forbiddenThread;
+    bool calledFromForbiddenThread = false;
+};
+
+#endif
