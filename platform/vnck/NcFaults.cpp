@@ -66,8 +66,10 @@ bool NcFaults::opCovers(const QString& ruleOp, const QString& op)
 bool NcFaults::patternMatches(const QString& pattern, const QString& subject)
 {
     const QString s = subject.trimmed();
-    const QRegularExpression re(QRegularExpression::wildcardToRegularExpression(pattern),
-                                QRegularExpression::CaseInsensitiveOption);
+    // '*' spans '/' too: a pattern names addresses and paths alike.
+    QString rx = QRegularExpression::escape(pattern);
+    rx.replace(QLatin1String("\\*"), QLatin1String(".*")).replace(QLatin1String("\\?"), QLatin1String("."));
+    const QRegularExpression re(QRegularExpression::anchoredPattern(rx), QRegularExpression::CaseInsensitiveOption);
     if (re.match(s).hasMatch())
         return true;
     // An address pattern without brackets stands for the whole variable.

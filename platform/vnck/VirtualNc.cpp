@@ -114,6 +114,9 @@ public:
 
     std::atomic<bool> dirty{false};
     QTimer* saveTimer = nullptr;
+    // Only a machine that opened completely writes its state: a failed open
+    // must leave the files it could not read as they are.
+    bool opened = false;
 
     // -- building ----------------------------------------------------------
     Var& define(const QString& address, int type, Shape shape, const QVector<QVariant>& data, bool readOnly,
@@ -657,6 +660,9 @@ VirtualNc* VirtualNc::open(const QString& machineDir, QString& error, Variant va
         }
     });
     d->saveTimer->start();
+    d->opened = true;
+    if (fresh)
+        nc->saveState();
     nc->makeCurrent();
     return nc.take();
 }
@@ -685,8 +691,11 @@ int VirtualNc::updatePeriodMs() const
 
 bool VirtualNc::saveState(QString* error)
 {
-    if (d->dir.isEmpty())
+    if (!d->opened) {
+        if (error)
+            *error = QStringLiteral("the machine is not open");
         return false;
+    }
     QMutexLocker lock(&d->mutex);
     QString e;
     d->dirty = false;
@@ -1163,6 +1172,7 @@ QVector<long> VirtualNc::activateDefinitions(const QStringList& ncPaths, int mod
         activated = true;
     }
     if (activated) {
+        d->markDirty();
         saveState();
         emit definitionsActivated();
         emit variablesChanged();
