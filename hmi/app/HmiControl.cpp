@@ -191,10 +191,15 @@ CtlResult HmiControl::doKey(const QStringList& args)
         return CtlResult::fail(QStringLiteral("soft key %1 (%2 %3) on screen %4 is disabled")
                                    .arg(key->action(), key->menu()).arg(key->position()).arg(screen->name()));
     QPointer<SlGfwSoftkey> guard(key);
-    QTimer::singleShot(0, dialog, [guard] {
-        if (guard && guard->isEnabled())
-            guard->click();
-    });
+    // A posted call, not a timer: it runs before the next request on the
+    // socket is read, so the script's next command sees the key's effect.
+    QMetaObject::invokeMethod(
+        dialog,
+        [guard] {
+            if (guard && guard->isEnabled())
+                guard->click();
+        },
+        Qt::QueuedConnection);
     return CtlResult::ok();
 }
 

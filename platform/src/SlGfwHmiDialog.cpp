@@ -10,6 +10,51 @@
 #include <QMetaProperty>
 #include <QtDebug>
 
+namespace {
+// A value that does not fit the declared type is written as what the
+// conversion leaves, 0 for a number out of range, never a wrapped number;
+// the form sees its own type in every case.
+QVariant convertProperty(const QString& text, int type)
+{
+    bool ok = false;
+    switch (type) {
+    case QMetaType::Int: {
+        const int v = text.trimmed().toInt(&ok);
+        return ok ? v : 0;
+    }
+    case QMetaType::UInt: {
+        const uint v = text.trimmed().toUInt(&ok);
+        return ok ? v : 0u;
+    }
+    case QMetaType::LongLong: {
+        const qlonglong v = text.trimmed().toLongLong(&ok);
+        return ok ? v : qlonglong(0);
+    }
+    case QMetaType::ULongLong: {
+        const qulonglong v = text.trimmed().toULongLong(&ok);
+        return ok ? v : qulonglong(0);
+    }
+    case QMetaType::Double: {
+        const double v = text.trimmed().toDouble(&ok);
+        return ok ? v : 0.0;
+    }
+    case QMetaType::Bool: {
+        const QString t = text.trimmed().toLower();
+        if (t == QLatin1String("1") || t == QLatin1String("true"))
+            return true;
+        if (t.isEmpty() || t == QLatin1String("0") || t == QLatin1String("false"))
+            return false;
+        return t.toInt(&ok) != 0 || !ok;
+    }
+    default: {
+        QVariant value(text);
+        value.convert(type);
+        return value;
+    }
+    }
+}
+}
+
 SlGfwHmiDialog::SlGfwHmiDialog(QObject* parent, const QString& name) : QObject(parent)
 {
     setObjectName(name);
@@ -165,11 +210,7 @@ void SlGfwHmiDialog::applyProperties(const QString& screen, const QString& prope
             continue;
         }
         const QMetaProperty prop = meta->property(index);
-        QVariant value(e.value);
-        // A value that does not fit the declared type is written as what
-        // the conversion leaves (0 for a number out of range), as the
-        // platform does; the form sees its own type in every case.
-        value.convert(prop.userType());
+        const QVariant value = convertProperty(e.value, prop.userType());
         if (!prop.write(form, value))
             qWarning().noquote() << QStringLiteral("Screen %1: property %2.%3 cannot be written").arg(screen, e.form, e.property);
     }
