@@ -217,6 +217,12 @@ bool DownloadFile(const char* peer, const char* srcFileName, char* dstFileName,
     TestHost& host = TestHost::Instance();
     std::lock_guard<std::mutex> lock(host.mutex);
     host.askedPaths.emplace_back(srcFileName);
+    // Like the plug-in, a local file is sent from where it lies.
+    if (host.downloadFile.empty() && std::ifstream(srcFileName)) {
+        Put(srcFileName, dstFileName, dstFileNameSize);
+        *dstFileNeedRemove = false;
+        return true;
+    }
     if (host.downloadFile.empty()) {
         Put("File not found", errInfo, errSize);
         return false;
