@@ -1,6 +1,7 @@
 #include "NetServerLibrary.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -12,8 +13,14 @@ NetServerLibrary::~NetServerLibrary()
 
 std::string NetServerLibrary::BuiltLibraryPath()
 {
-    const char* bin = std::getenv("HARVEL_BINARY_DIR");
-    return std::string(bin ? bin : ".") + "/lib/libZynNetServer.so";
+    if (const char* bin = std::getenv("HARVEL_BINARY_DIR"))
+        return std::string(bin) + "/lib/libZynNetServer.so";
+    // Executables live in bin/, libraries beside it in lib/.
+    char self[4096] = {};
+    const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+    std::string exe = n > 0 ? std::string(self, std::size_t(n)) : std::string("./x");
+    exe.erase(exe.find_last_of('/'));
+    return exe + "/../lib/libZynNetServer.so";
 }
 
 bool NetServerLibrary::Load(const std::string& folder, const std::string& config,
