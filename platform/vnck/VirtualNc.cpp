@@ -591,12 +591,12 @@ VirtualNc::~VirtualNc()
         g_current = nullptr;
 }
 
-bool VirtualNc::createMachine(const QString& machineDir, Variant variant, QString& error)
+namespace {
+
+// Lays out a machine in dir without touching anything already there, so an
+// installation put into card/ before the first start stays as it is.
+bool fillMachine(const QString& machineDir, VirtualNc::Variant variant, QString& error)
 {
-    if (!isEmptyDir(machineDir)) {
-        error = QStringLiteral("%1 is not empty; a machine is only made in an empty folder").arg(machineDir);
-        return false;
-    }
     const QDir root(machineDir);
     for (const char* sub : {"nc/MPF.DIR", "nc/SPF.DIR", "nc/WKS.DIR/TELMOR.WPD", "nc/DEF.DIR", "nc/CMA.DIR",
                             "nc/CUS.DIR", "net/127.0.0.1/telmor", "usb/FRONT", "card", "state"}) {
@@ -605,26 +605,45 @@ bool VirtualNc::createMachine(const QString& machineDir, Variant variant, QStrin
             return false;
         }
     }
-    return writeText(root.filePath(QStringLiteral("machine.ini")), MachineConfig::templateIni(), error)
-           && writeText(root.filePath(QStringLiteral("nc/DEF.DIR/UGUD.DEF")),
-                        MachineConfig::templateUgud(variant == Variant::Commissioned), error)
-           && writeText(root.filePath(QStringLiteral("nc/DEF.DIR/SGUD.DEF")),
-                        QStringLiteral("%_N_SGUD_DEF\n;$PATH=/_N_DEF_DIR\nM30\n"), error)
-           && writeText(root.filePath(QStringLiteral("nc/DEF.DIR/MGUD.DEF")),
-                        QStringLiteral("%_N_MGUD_DEF\n;$PATH=/_N_DEF_DIR\nM30\n"), error)
-           && writeText(root.filePath(QStringLiteral("nc/MPF.DIR/MAIN.MPF")),
-                        QStringLiteral("; main program\nG54 G0 X0 Y0 Z100\nM30\n"), error)
-           && writeText(root.filePath(QStringLiteral("card/versions.xml")),
-                        QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                                       "<info>\n  <Version>04.95.00.00</Version>\n</info>\n"),
-                        error);
+    const QList<QPair<QString, QString>> files{
+        {QStringLiteral("machine.ini"), MachineConfig::templateIni()},
+        {QStringLiteral("nc/DEF.DIR/UGUD.DEF"), MachineConfig::templateUgud(variant == VirtualNc::Variant::Commissioned)},
+        {QStringLiteral("nc/DEF.DIR/SGUD.DEF"), QStringLiteral("%_N_SGUD_DEF\n;$PATH=/_N_DEF_DIR\nM30\n")},
+        {QStringLiteral("nc/DEF.DIR/MGUD.DEF"), QStringLiteral("%_N_MGUD_DEF\n;$PATH=/_N_DEF_DIR\nM30\n")},
+        {QStringLiteral("nc/MPF.DIR/MAIN.MPF"), QStringLiteral("; main program\nG54 G0 X0 Y0 Z100\nM30\n")},
+        {QStringLiteral("card/versions.xml"),
+         QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<info>\n  <Version>04.95.00.00</Version>\n</info>\n")}};
+    for (const auto& f : files)
+        if (!QFileInfo::exists(root.filePath(f.first)) && !writeText(root.filePath(f.first), f.second, error))
+            return false;
+    return true;
+}
+
+// A folder without machine.ini and without NC data of its own becomes a new
+// machine; anything else is either a machine or not ours to fill.
+bool isNewMachine(const QString& dir)
+{
+    const QDir d(dir);
+    return !d.exists(QStringLiteral("machine.ini")) && !d.exists(QStringLiteral("nc"))
+           && !d.exists(QStringLiteral("state"));
+}
+
+} // namespace
+
+bool VirtualNc::createMachine(const QString& machineDir, Variant variant, QString& error)
+{
+    if (!isEmptyDir(machineDir)) {
+        error = QStringLiteral("%1 is not empty; a machine is only made in an empty folder").arg(machineDir);
+        return false;
+    }
+    return fillMachine(machineDir, variant, error);
 }
 
 VirtualNc* VirtualNc::open(const QString& machineDir, QString& error, Variant variant, QObject* parent)
 {
     const QString dir = QDir(machineDir).absolutePath();
-    const bool fresh = isEmptyDir(dir);
-    if (fresh && !createMachine(dir, variant, error))
+    const bool fresh = isNewMachine(dir);
+    if (fresh && !fillMachine(dir, variant, error))
         return nullptr;
 
     QScopedPointer<VirtualNc> nc(new VirtualNc(parent));

@@ -60,9 +60,11 @@ public:
         QDateTime raised;
     };
 
-    // Opens the machine in machineDir, filling a missing or empty folder from
-    // the template of variant first, and makes it the process's current NC.
-    // Returns null with a reason when the folder cannot be used.
+    // Opens the machine in machineDir and makes it the process's current NC.
+    // A folder with neither machine.ini nor NC data (missing, empty, or
+    // holding only an installation under card/) is first filled from the
+    // template of variant, leaving what is there alone. Returns null with a
+    // reason when the folder cannot be used; nothing in it is changed then.
     static VirtualNc* open(const QString& machineDir, QString& error,
                            Variant variant = Variant::Commissioned, QObject* parent = nullptr);
     // Fills machineDir from a template without opening it; refuses a folder

@@ -27,6 +27,7 @@ private slots:
     void activationWithErrorsKeepsTheOldDefinitions();
     void retainedDataSurviveARestart();
     void noNcMeansNoConnection();
+    void machineFoldersThatCannotBeUsed();
 };
 
 void TestNcVariables::typesAsTheNcDeliversThem_data()
@@ -327,6 +328,47 @@ void TestNcVariables::noNcMeansNoConnection()
     SlQCap cap("test");
     QVariant v;
     QCOMPARE(cap.read("/Channel/State/acProg[u1,1]", v), SL_CAP_ERR_NO_CONNECTION);
+}
+
+void TestNcVariables::machineFoldersThatCannotBeUsed()
+{
+    QTemporaryDir tmp;
+    QString error;
+    // An installation put in place before the first start stays.
+    const QString installed = tmp.path() + "/installed";
+    QVERIFY(QDir().mkpath(installed + "/card/oem/sinumerik/hmi/NorvaneZYN/appl"));
+    QVERIFY(MachineFixture::writeFile(installed + "/card/versions.xml", "<info><Version>4.5</Version></info>"));
+    {
+        QScopedPointer<VirtualNc> nc(VirtualNc::open(installed, error));
+        QVERIFY2(nc, qPrintable(error));
+        QVERIFY(QFileInfo(installed + "/nc/DEF.DIR/UGUD.DEF").isFile());
+    }
+    QCOMPARE(MachineFixture::readFile(installed + "/card/versions.xml"), QByteArray("<info><Version>4.5</Version></info>"));
+
+    // NC data without machine.ini is somebody's machine, not a new one.
+    const QString orphan = tmp.path() + "/orphan";
+    QVERIFY(QDir().mkpath(orphan + "/nc"));
+    QVERIFY(!VirtualNc::open(orphan, error));
+    QVERIFY(error.contains("machine.ini"));
+    QVERIFY(!QFileInfo::exists(orphan + "/machine.ini"));
+    QVERIFY(!VirtualNc::createMachine(orphan, VirtualNc::Variant::Blank, error));
+
+    // A bad machine.ini names what is wrong and stays as it was.
+    MachineFixture m;
+    m.nc.reset();
+    const QByteArray ini = MachineFixture::readFile(m.path("machine.ini"));
+    QByteArray bad = ini;
+    bad.replace("2=Y, linear, 0", "2=Y, diagonal, 0");
+    QVERIFY(MachineFixture::writeFile(m.path("machine.ini"), bad));
+    QVERIFY(!VirtualNc::open(m.dir(), error));
+    QVERIFY2(error.contains("axis 2"), qPrintable(error));
+    bad = ini;
+    bad.replace("RParameters=300", "RParameters=many");
+    QVERIFY(MachineFixture::writeFile(m.path("machine.ini"), bad));
+    QVERIFY(!VirtualNc::open(m.dir(), error));
+    QVERIFY2(error.contains("RParameters"), qPrintable(error));
+    QCOMPARE(MachineFixture::readFile(m.path("machine.ini")), bad);
+    QVERIFY(!VirtualNc::current());
 }
 
 QTEST_GUILESS_MAIN(TestNcVariables)
