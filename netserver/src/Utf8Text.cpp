@@ -58,7 +58,22 @@ std::string Utf8Text::FromBuffer(const char* buffer, std::size_t size)
 {
     if (!buffer || size == 0)
         return std::string();
-    return Repair(std::string(buffer, strnlen(buffer, size)));
+    std::size_t length = strnlen(buffer, size);
+    // A full buffer was cut by the writer, perhaps inside a character:
+    // the stump of it goes, as the cut itself goes unnoticed.
+    if (length + 1 >= size) {
+        std::size_t start = length;
+        while (start > 0 && length - start < 4
+               && (static_cast<unsigned char>(buffer[start - 1]) & 0xC0) == 0x80)
+            --start;
+        if (start > 0) {
+            const auto lead = static_cast<unsigned char>(buffer[start - 1]);
+            const std::size_t need = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
+            if (need > 1 && length - (start - 1) < need)
+                length = start - 1;
+        }
+    }
+    return Repair(std::string(buffer, length));
 }
 
 std::string Utf8Text::FromCString(const char* text)
