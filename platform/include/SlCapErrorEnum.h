@@ -15,7 +15,8 @@ enum SlCapErrorEnum : unsigned int
     SL_CAP_ERR_NO_CONNECTION = 0x80320006u,  // no NC is running in this process
     SL_CAP_ERR_INVALID_HANDLE = 0x80320007u, // unadvise of a handle that is not subscribed
     SL_CAP_ERR_STRING_LENGTH = 0x80320008u,  // a string longer than its STRING[n] definition
-    SL_CAP_ERR_NOT_INITIALIZED = 0x80320009u // the service object was not set up
+    SL_CAP_ERR_NOT_INITIALIZED = 0x80320009u, // the service object was not set up
+    SL_CAP_ERR_TIMEOUT = 0x8032000Au         // the NC did not answer within the time-out
 };
 
 Q_DECLARE_METATYPE(SlCapErrorEnum)

@@ -5,6 +5,7 @@
 
 #include <QAtomicInteger>
 #include <QPointer>
+#include <QThread>
 #include <QTimer>
 #include <cmath>
 
@@ -24,6 +25,22 @@ unsigned int nextHandleId()
 SlCapErrorEnum toCapError(long code)
 {
     return static_cast<SlCapErrorEnum>(static_cast<unsigned int>(code));
+}
+
+// An injected fault: its code, or a time-out when the NC would take longer
+// than the caller waits; the caller waits what the NC takes, up to that.
+long injected(VirtualNc* nc, const QString& op, const QString& item, unsigned int timeout)
+{
+    long code = 0;
+    int delay = 0;
+    if (!nc->faults().match(op, item, code, delay))
+        return 0;
+    if (delay > 0) {
+        QThread::msleep(static_cast<unsigned long>(qMin<qint64>(delay, timeout)));
+        if (static_cast<unsigned int>(delay) > timeout)
+            return static_cast<long>(static_cast<int>(SL_CAP_ERR_TIMEOUT));
+    }
+    return code;
 }
 
 // Reads one subscribed variable; injected read faults show in notifications
@@ -66,13 +83,13 @@ SlQCap::SlQCap(const QString& clientName, QObject* parent) : QObject(parent), m_
 
 SlQCap::~SlQCap() = default;
 
-SlCapErrorEnum SlQCap::read(const QString& item, QVariant& data, unsigned int, unsigned long long,
+SlCapErrorEnum SlQCap::read(const QString& item, QVariant& data, unsigned int timeout, unsigned long long,
                             SlCapSupplementInfoType* supplement)
 {
     VirtualNc* nc = VirtualNc::current();
     if (!nc)
         return SL_CAP_ERR_NO_CONNECTION;
-    if (const long code = nc->faults().apply(QStringLiteral("read"), item))
+    if (const long code = injected(nc, QStringLiteral("read"), item, timeout))
         return toCapError(code);
     QVariant value;
     const SlCapErrorEnum e = nc->read(item, value);
@@ -86,13 +103,13 @@ SlCapErrorEnum SlQCap::read(const QString& item, QVariant& data, unsigned int, u
     return SL_CAP_OK;
 }
 
-SlCapErrorEnum SlQCap::write(const QString& item, const QVariant& data, unsigned int, unsigned long long,
+SlCapErrorEnum SlQCap::write(const QString& item, const QVariant& data, unsigned int timeout, unsigned long long,
                              SlCapSupplementInfoType* supplement)
 {
     VirtualNc* nc = VirtualNc::current();
     if (!nc)
         return SL_CAP_ERR_NO_CONNECTION;
-    if (const long code = nc->faults().apply(QStringLiteral("write"), item))
+    if (const long code = injected(nc, QStringLiteral("write"), item, timeout))
         return toCapError(code);
     const SlCapErrorEnum e = nc->write(item, data);
     if (e == SL_CAP_OK && supplement) {
@@ -111,7 +128,7 @@ SlCapErrorEnum SlQCap::advise(const QString& item, SlQCapHandle& handle, unsigne
     return e;
 }
 
-SlCapErrorEnum SlQCap::multiAdvise(const QVector<SlCapAdviseSpec>& specs, SlQCapHandle& handle, unsigned int)
+SlCapErrorEnum SlQCap::multiAdvise(const QVector<SlCapAdviseSpec>& specs, SlQCapHandle& handle, unsigned int timeout)
 {
     VirtualNc* nc = VirtualNc::current();
     if (!nc)
@@ -120,7 +137,7 @@ SlCapErrorEnum SlQCap::multiAdvise(const QVector<SlCapAdviseSpec>& specs, SlQCap
         return SL_CAP_ERR_SYNTAX;
     unsigned int rate = 0;
     for (const SlCapAdviseSpec& spec : specs) {
-        if (const long code = nc->faults().apply(QStringLiteral("advise"), spec.m_item))
+        if (const long code = injected(nc, QStringLiteral("advise"), spec.m_item, timeout))
             return toCapError(code);
         // The NC refuses a subscription to what it cannot read.
         QVariant probe;

@@ -262,7 +262,13 @@ CtlResult NcControl::run(VirtualNc& nc, const QStringList& args)
         if (rest.size() < 2)
             return usageError(QStringLiteral("set wants a variable address and a value"));
         QString why;
-        const SlCapErrorEnum e = nc.set(rest[0], rest.mid(1).join(QLatin1Char(' ')), &why);
+        // Several words are one text, unless the address is a range of
+        // strings, which takes one argument per element.
+        QVariant current;
+        const bool stringRange = nc.read(rest[0], current) == SL_CAP_OK && current.type() == QVariant::List
+                                 && !current.toList().isEmpty() && current.toList().first().type() == QVariant::String;
+        const QString text = rest.mid(1).join(stringRange ? QLatin1Char('\n') : QLatin1Char(' '));
+        const SlCapErrorEnum e = nc.set(rest[0], text, &why);
         if (e != SL_CAP_OK)
             return CtlResult::fail(QStringLiteral("cannot write %1: %2 (%3)").arg(rest[0], why, hex(long(int(e)))));
         return CtlResult::ok();

@@ -4,6 +4,7 @@
 #include "NcFaults.h"
 #include "SlQCap.h"
 
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QRandomGenerator>
 
@@ -122,6 +123,9 @@ void TestNcControl::getPrintsRangesAndTypes()
     QCOMPARE(server.dispatch({"nc", "get", "/NC/_N_NC_GD3_ACX/TMR_PRGISMETRIC"}).out, QStringLiteral("1"));
     QCOMPARE(server.dispatch({"nc", "set", "/NC/_N_NC_GD3_ACX/TMR_DIALOG_VSTR[1]", "Insert", "probe"}).code, 0);
     QCOMPARE(server.dispatch({"nc", "get", "/NC/_N_NC_GD3_ACX/TMR_DIALOG_VSTR[1]"}).out, QStringLiteral("Insert probe"));
+    QCOMPARE(server.dispatch({"nc", "set", "/NC/_N_NC_GD3_ACX/TMR_DIALOG_VSTR[2,2]", "two words", "x"}).code, 0);
+    QCOMPARE(server.dispatch({"nc", "get", "/NC/_N_NC_GD3_ACX/TMR_DIALOG_VSTR"}).out,
+             QStringLiteral("Insert probe\ntwo words\nx"));
     // nc set reaches what the NC keeps read-only for programs.
     QCOMPARE(server.dispatch({"nc", "set", "/Channel/GeometricAxis/actProgPos[u1,3]", "99.5"}).code, 0);
     QCOMPARE(m.nc->axes().value(2).position, 99.5);
@@ -177,6 +181,13 @@ void TestNcControl::faultsThroughTheControl()
     QVERIFY(server.dispatch({"nc", "fault", "list"}).out.contains(QLatin1String("read * --code 0xfffffffb")));
     QCOMPARE(server.dispatch({"nc", "fault", "clear"}).code, 0);
     QCOMPARE(cap.read(var3, v), SL_CAP_OK);
+    // A delay past the caller's time-out is a time-out; within it, a late answer.
+    QCOMPARE(server.dispatch({"nc", "fault", "read", "*TMR_VAR*", "--delay", "80"}).code, 0);
+    QCOMPARE(cap.read(var3, v, 20), SL_CAP_ERR_TIMEOUT);
+    QElapsedTimer t;
+    t.start();
+    QCOMPARE(cap.read(var3, v, 5000), SL_CAP_OK);
+    QVERIFY(t.elapsed() >= 80);
 }
 
 void TestNcControl::malformedCommandsAreUsageErrors()
