@@ -599,7 +599,7 @@ bool fillMachine(const QString& machineDir, VirtualNc::Variant variant, QString&
 {
     const QDir root(machineDir);
     for (const char* sub : {"nc/MPF.DIR", "nc/SPF.DIR", "nc/WKS.DIR/TELMOR.WPD", "nc/DEF.DIR", "nc/CMA.DIR",
-                            "nc/CUS.DIR", "net/127.0.0.1/telmor", "usb/FRONT", "card", "state"}) {
+                            "nc/CUS.DIR", "net/127.0.0.1/telmor/req", "usb/FRONT", "card", "state"}) {
         if (!root.mkpath(QLatin1String(sub))) {
             error = QStringLiteral("cannot create %1 in %2").arg(QLatin1String(sub), machineDir);
             return false;

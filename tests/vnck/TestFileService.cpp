@@ -150,17 +150,17 @@ void TestFileService::listingSynchronous()
     MachineFixture m;
     SlQFileSvc svc;
     QCOMPARE(svc.init(), 0L);
-    QVERIFY(MachineFixture::writeFile(m.path("net/127.0.0.1/telmor/b.req"), "12345"));
-    QVERIFY(QDir().mkpath(m.path("net/127.0.0.1/telmor/x.req")));
+    QVERIFY(MachineFixture::writeFile(m.path("net/127.0.0.1/telmor/req/b.req"), "12345"));
+    QVERIFY(QDir().mkpath(m.path("net/127.0.0.1/telmor/req/x.req")));
     QVector<NodeInfo> nodes;
-    QCOMPARE(svc.listFolder("//127.0.0.1/telmor", nodes), 0L);
+    QCOMPARE(svc.listFolder("//127.0.0.1/telmor/req", nodes), 0L);
     QCOMPARE(nodes.size(), 2);
     QCOMPARE(nodes[0].m_name, QStringLiteral("x.req"));
     QVERIFY(nodes[0].m_isFolder);
-    QCOMPARE(nodes[1].m_path, QStringLiteral("//127.0.0.1/telmor/b.req"));
+    QCOMPARE(nodes[1].m_path, QStringLiteral("//127.0.0.1/telmor/req/b.req"));
     QVERIFY(!nodes[1].m_isFolder);
     QCOMPARE(nodes[1].m_size, 5LL);
-    QCOMPARE(nodes[1].m_lastWriteTime, int(QFileInfo(m.path("net/127.0.0.1/telmor/b.req")).lastModified().toSecsSinceEpoch()));
+    QCOMPARE(nodes[1].m_lastWriteTime, int(QFileInfo(m.path("net/127.0.0.1/telmor/req/b.req")).lastModified().toSecsSinceEpoch()));
     QCOMPARE(svc.listFolder("//NC/NOSUCH.DIR", nodes), SlQFileSvc::E_NOT_FOUND);
     QCOMPARE(svc.listFolder("//NC/MPF.DIR/MAIN.MPF", nodes), SlQFileSvc::E_NOT_A_FOLDER);
 }
@@ -278,8 +278,8 @@ void TestFileService::injectedFaults()
     m.nc->faults().add({"file", "//127.0.0.1/*", long(int(0x81500001u)), 0, 2});
     bool exists = false;
     QCOMPARE(svc.exist("//127.0.0.1/telmor", exists), long(int(0x81500001u)));
-    QCOMPARE(svc.createFolder("//127.0.0.1/telmor/req", true), long(int(0x81500001u)));
-    QCOMPARE(svc.createFolder("//127.0.0.1/telmor/req", true), 0L);
+    QCOMPARE(svc.createFolder("//127.0.0.1/telmor/out", true), long(int(0x81500001u)));
+    QCOMPARE(svc.createFolder("//127.0.0.1/telmor/out", true), 0L);
     // A delay alone lets the operation succeed, later.
     m.nc->faults().add({"exist", "//NC/MPF.DIR/MAIN.MPF", 0, 150, 1});
     QElapsedTimer t;
