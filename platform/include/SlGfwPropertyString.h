@@ -7,8 +7,8 @@
 //   "-slgfwprop1 formX.propA=value -slgfwprop2 formX.propB=other value"
 // Values go in unquoted and may hold blanks, equals signs and anything
 // else, so the text is cut only at the markers, and only at the marker
-// with the next running number: a value that happens to contain
-// " -slgfwprop7 " stays whole unless 7 is the number that comes next.
+// with the next running number that is followed by "form.property=": a
+// value that happens to contain " -slgfwprop7 " stays whole.
 class SlGfwPropertyString
 {
 public:

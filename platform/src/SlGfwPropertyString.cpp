@@ -1,6 +1,14 @@
 #include "SlGfwPropertyString.h"
 
+#include <QRegularExpression>
+
 namespace {
+const QRegularExpression& elementStart()
+{
+    static const QRegularExpression re(QStringLiteral("[A-Za-z_][A-Za-z0-9_]*\\.[A-Za-z_][A-Za-z0-9_]*="));
+    return re;
+}
+
 QString marker(int n)
 {
     return QStringLiteral("-slgfwprop%1 ").arg(n);
@@ -22,7 +30,12 @@ bool SlGfwPropertyString::parse(const QString& text, QList<Entry>& entries, QStr
         // The blank before the next marker separates two elements and
         // belongs to neither value.
         const QString next = QLatin1Char(' ') + marker(n + 1);
-        const int end = text.indexOf(next, pos);
+        int end = text.indexOf(next, pos);
+        // Only a marker followed by "form.property=" starts an element; the
+        // same words in a message text stay part of the value.
+        while (end >= 0 && !elementStart().match(text, end + next.size(), QRegularExpression::NormalMatch,
+                                                 QRegularExpression::AnchoredMatchOption).hasMatch())
+            end = text.indexOf(next, end + 1);
         QString element = end < 0 ? text.mid(pos) : text.mid(pos, end - pos);
         if (end < 0) {
             // Templates may end in a blank; it is not part of the last value.

@@ -1,5 +1,8 @@
 #include "MiscUtility.h"
 
+#include "SlGfwHmiDialog.h"
+#include "SlGfwScreen.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QDirIterator>
@@ -11,6 +14,7 @@
 #include <QTextStream>
 #include <QTime>
 #include <QUuid>
+#include <QWidget>
 
 #include <algorithm>
 #include <cmath>
@@ -404,4 +408,29 @@ QFont CMiscUtility::GetMonospaceFont()
         return font;
     font.setFamily(QStringLiteral("courier"));
     return font;
+}
+
+bool CMiscUtility::ShowMessageDialog(SlGfwHmiDialog* dialog, const QString& backScreen, const QString& message,
+                                     const QString& caption)
+{
+    if (!dialog)
+        return false;
+    // One arg() call for all three, so a "%2" inside the message stays text.
+    const QString properties =
+        QStringLiteral("-slgfwprop1 formMessage.propCaption=%1 -slgfwprop2 formMessage.propBackScreen=%2 "
+                       "-slgfwprop3 formMessage.propMessage=%3")
+            .arg(caption, backScreen, message);
+    return dialog->execModalScreen(QStringLiteral("screenMessage"), properties).toString() == QLatin1String("OK");
+}
+
+void CMiscUtility::SetSoftKeyEnable(SlGfwHmiDialog* dialog, const QString& screen, int index, bool enabled,
+                                    const QString& menu)
+{
+    if (!dialog)
+        return;
+    SlGfwScreen* s = dialog->screenRef(screen);
+    if (!s)
+        return;
+    if (QWidget* key = s->menuSoftkey(menu, index, QString()))
+        key->setEnabled(enabled);
 }

@@ -8,6 +8,8 @@
 #include <QString>
 #include <QStringList>
 
+class SlGfwHmiDialog;
+
 // The shared vocabulary for paths, files, text files, number conversion,
 // time stamps and axis type names. Stateless; nothing here logs or throws,
 // so the logger itself can rest on it.
@@ -71,6 +73,14 @@ public:
     static void GetHostIpList(QStringList& addresses, bool withIpv6);
     static bool IsFixedPitchFont(const QFont& font);
     static QFont GetMonospaceFont();
+
+    // HMI: the query screen "screenMessage", true only for its OK key; and
+    // a soft key of a screen's menu switched on or off, nothing if the
+    // dialog, the screen or the key is missing.
+    static bool ShowMessageDialog(SlGfwHmiDialog* dialog, const QString& backScreen, const QString& message,
+                                  const QString& caption);
+    static void SetSoftKeyEnable(SlGfwHmiDialog* dialog, const QString& screen, int index, bool enabled,
+                                 const QString& menu);
 };
 
 template <typename T>

@@ -189,6 +189,9 @@ void TestHmiFramework::propertyStringParsing_data()
     QTest::newRow("marker text out of turn stays in the value")
         << QStringLiteral("-slgfwprop1 f.propA=see -slgfwprop3 x -slgfwprop2 f.propB=-slgfwprop1 y")
         << QStringList{QStringLiteral("f.propA=see -slgfwprop3 x"), QStringLiteral("f.propB=-slgfwprop1 y")};
+    QTest::newRow("next marker without form.property= stays in the value")
+        << QStringLiteral("-slgfwprop1 f.propA=x -slgfwprop2 y -slgfwprop2 f.propB=z")
+        << QStringList{QStringLiteral("f.propA=x -slgfwprop2 y"), QStringLiteral("f.propB=z")};
     QTest::newRow("trailing blank of a template")
         << QStringLiteral("-slgfwprop1 f.propCaption=Map axes -slgfwprop2 f.propBackScreen=screenSettings ")
         << QStringList{QStringLiteral("f.propCaption=Map axes"), QStringLiteral("f.propBackScreen=screenSettings")};
