@@ -855,23 +855,28 @@ void TestNetServer::clientsArriveOnceAndLeave()
         QVERIFY(host.events[0].find(" ReadRVar") != std::string::npos);
         QCOMPARE(host.events[1], "gone " + host.events[0].substr(8));
     }
-    // IPv6, if this machine has it: the brackets arrive unescaped.
+    // On "::" both families are served; an IPv6 peer's brackets arrive
+    // unescaped, and an IPv4 client is still an ipv4 peer.
     const int probe = socket(AF_INET6, SOCK_STREAM, 0);
-    if (probe >= 0) {
-        close(probe);
-        m_lib.StopAndRelease();
-        char journal[ZYN_DIR_BUFFER_SIZE] = {}, req[ZYN_DIR_BUFFER_SIZE] = {};
-        QVERIFY(m_lib.createInstance(AppDir().c_str(), m_table, ZYN_CALLBACK_COUNT, journal,
-                                     sizeof journal, req, sizeof req));
-        if (m_lib.startServer("::1", 0)) {
-            Client client6("[::1]:" + std::to_string(m_lib.getServerPort()));
-            ReadRVarReply reply;
-            QVERIFY(client6.Read(0, 1, reply).ok());
-            std::lock_guard<std::mutex> lock(host.mutex);
-            const std::string peer = host.peers.back();
-            QVERIFY2(peer.rfind("ipv6:[::1]:", 0) == 0, peer.c_str());
-        }
+    if (probe < 0)
+        QSKIP("no IPv6 here");
+    close(probe);
+    m_lib.StopAndRelease();
+    char journal[ZYN_DIR_BUFFER_SIZE] = {}, req[ZYN_DIR_BUFFER_SIZE] = {};
+    QVERIFY(m_lib.createInstance(AppDir().c_str(), m_table, ZYN_CALLBACK_COUNT, journal,
+                                 sizeof journal, req, sizeof req));
+    if (!m_lib.startServer("::", 0))
+        QSKIP("cannot listen on ::");
+    const std::string port = std::to_string(m_lib.getServerPort());
+    for (const std::string& address : {"[::1]:" + port, "127.0.0.1:" + port}) {
+        Client client(address);
+        ReadRVarReply reply;
+        QVERIFY(client.Read(0, 1, reply).ok());
     }
+    std::lock_guard<std::mutex> lock(host.mutex);
+    const std::vector<std::string>& peers = host.peers;
+    QVERIFY2(peers[peers.size() - 2].rfind("ipv6:[::1]:", 0) == 0, peers[peers.size() - 2].c_str());
+    QVERIFY2(peers.back().rfind("ipv4:127.0.0.1:", 0) == 0, peers.back().c_str());
 }
 
 void TestNetServer::tlsComesFromTheConfigurationFile()
