@@ -100,6 +100,8 @@ HmiMachineForm::HmiMachineForm(VirtualNc* nc, QWidget* parent, const QString& na
     big.setBold(true);
     m_axes->setFont(big);
     m_axes->verticalHeader()->setDefaultSectionSize(QFontMetrics(big).height() + 10);
+    // Rows share the height like the position display of a panel.
+    m_axes->verticalHeader()->setSectionResizeMode(QHeaderView::Stretch);
 
     auto* alarmBox = new QGroupBox(QStringLiteral("Alarms"), this);
     auto* alarmLayout = new QVBoxLayout(alarmBox);
