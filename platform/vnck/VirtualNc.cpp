@@ -13,6 +13,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QLockFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocale>
@@ -101,6 +102,9 @@ public:
     MachineConfig cfg;
     NcFaults faults;
     std::unique_ptr<NcFileSystem> fs;
+    // One process runs a machine at a time; two would overwrite each
+    // other's retained data.
+    std::unique_ptr<QLockFile> lock;
 
     mutable QMutex mutex;
     QHash<QString, Var> vars;
@@ -651,6 +655,17 @@ VirtualNc* VirtualNc::open(const QString& machineDir, QString& error, Variant va
     d->dir = dir;
     if (!d->cfg.load(QDir(dir).filePath(QStringLiteral("machine.ini")), error))
         return nullptr;
+    QDir().mkpath(QDir(dir).filePath(QStringLiteral("state")));
+    d->lock.reset(new QLockFile(QDir(dir).filePath(QStringLiteral("state/nc.lock"))));
+    if (!d->lock->tryLock(0)) {
+        qint64 pid = 0;
+        QString host, app;
+        d->lock->getLockInfo(&pid, &host, &app);
+        error = d->lock->error() == QLockFile::LockFailedError
+                    ? QStringLiteral("the machine in %1 is already running (process %2, %3)").arg(dir).arg(pid).arg(app)
+                    : QStringLiteral("cannot lock %1/state/nc.lock").arg(dir);
+        return nullptr;
+    }
     d->fs.reset(new NcFileSystem(dir));
     d->fs->setBusyCheck([d](const QString& real) { return d->selectedIsBusy(real); });
     d->build();
@@ -664,7 +679,6 @@ VirtualNc* VirtualNc::open(const QString& machineDir, QString& error, Variant va
             return nullptr;
         }
     }
-    QDir().mkpath(QDir(dir).filePath(QStringLiteral("state")));
 
     // Retained data reach the disk shortly after a change, from whatever
     // thread made it, without a write per variable access.

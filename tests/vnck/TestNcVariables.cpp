@@ -351,10 +351,16 @@ void TestNcVariables::machineFoldersThatCannotBeUsed()
     QVERIFY(!VirtualNc::open(orphan, error));
     QVERIFY(error.contains("machine.ini"));
     QVERIFY(!QFileInfo::exists(orphan + "/machine.ini"));
+    QCOMPARE(QDir(orphan).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{"nc"});
     QVERIFY(!VirtualNc::createMachine(orphan, VirtualNc::Variant::Blank, error));
 
-    // A bad machine.ini names what is wrong and stays as it was.
+    // One process at a time runs a machine.
     MachineFixture m;
+    QVERIFY(!VirtualNc::open(m.dir(), error));
+    QVERIFY2(error.contains("already running"), qPrintable(error));
+    QCOMPARE(VirtualNc::current(), m.nc.data());
+
+    // A bad machine.ini names what is wrong and stays as it was.
     m.nc.reset();
     const QByteArray ini = MachineFixture::readFile(m.path("machine.ini"));
     QByteArray bad = ini;
