@@ -28,7 +28,8 @@ class SlGfwIniFile;
 // onFunction; screen makes the key switch to that screen of the area. A
 // "\n" in the text breaks the key's label into two lines. A screen's own
 // key replaces the shared key of the same position; "myVr3 = none" removes
-// a shared key from one screen.
+// a shared key from one screen, "shared = false" in a screen's section all
+// of them (a modal screen that must be left through its own keys).
 class SlGfwAreaConfig
 {
 public:

@@ -155,8 +155,16 @@ bool SlGfwAreaConfig::build(const SlGfwIniFile& ini, QString& error)
         }
         QList<Softkey> own;
         QList<QPair<QString, int>> removedKeys;
+        bool withShared = true;
         for (const SlGfwIniFile::Entry& e : s.entries) {
-            if (e.key.compare(QLatin1String("form"), Qt::CaseInsensitive) == 0) {
+            if (e.key.compare(QLatin1String("shared"), Qt::CaseInsensitive) == 0) {
+                const QString v = e.value.toLower();
+                if (v != QLatin1String("true") && v != QLatin1String("false")) {
+                    error = QStringLiteral("%1: shared must be true or false, not '%2'").arg(at(e.line), e.value);
+                    return false;
+                }
+                withShared = v == QLatin1String("true");
+            } else if (e.key.compare(QLatin1String("form"), Qt::CaseInsensitive) == 0) {
                 screen.form = e.value;
             } else if (e.key.compare(QLatin1String("class"), Qt::CaseInsensitive) == 0) {
                 screen.formClass = e.value;
@@ -187,7 +195,7 @@ bool SlGfwAreaConfig::build(const SlGfwIniFile& ini, QString& error)
             return false;
         }
         formNames.insert(screen.form);
-        for (const Softkey& sk : shared) {
+        for (const Softkey& sk : withShared ? shared : QList<Softkey>()) {
             bool replaced = removedKeys.contains({sk.menu, sk.position});
             for (const Softkey& o : own)
                 replaced = replaced || (o.menu == sk.menu && o.position == sk.position);

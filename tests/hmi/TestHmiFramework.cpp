@@ -64,6 +64,7 @@ private slots:
     void systemConfigurationLoadsWhatItCan();
     void areaConfigurationErrors_data();
     void areaConfigurationErrors();
+    void productAreaConfigurationReads();
 
 private:
     HmiFramework* m_fw = nullptr;
@@ -457,6 +458,8 @@ void TestHmiFramework::areaConfigurationErrors_data()
                                            << QStringLiteral("form f is of class C");
     QTest::newRow("start screen missing") << QStringLiteral("[dialog]\nclass=D\nstartScreen=x\n[screen s]\nform=f\nclass=C\n")
                                           << QStringLiteral("start screen x");
+    QTest::newRow("bad shared") << QStringLiteral("[dialog]\nclass=D\n[screen s]\nform=f\nclass=C\nshared=no\n")
+                                << QStringLiteral("shared must be");
     QTest::newRow("bad enabled") << QStringLiteral("[dialog]\nclass=D\n[screen s]\nform=f\nclass=C\nmyVr2 = action:=a, enabled:=maybe\n")
                                  << QStringLiteral("enabled must be");
 }
@@ -469,6 +472,29 @@ void TestHmiFramework::areaConfigurationErrors()
     QString error;
     QVERIFY(!cfg.parse(text, error));
     QVERIFY2(error.contains(fragment), qPrintable(error));
+}
+
+void TestHmiFramework::productAreaConfigurationReads()
+{
+    SlGfwAreaConfig cfg;
+    QString error;
+    QVERIFY2(cfg.load(qEnvironmentVariable("HARVEL_SOURCE_DIR") + QStringLiteral("/hmi/examples/SiemensHarvel.ini"), error),
+             qPrintable(error));
+    QCOMPARE(cfg.dialogClass(), QStringLiteral("SiemensHarvel"));
+    QCOMPARE(cfg.startScreen(), QStringLiteral("screenLog"));
+    QCOMPARE(cfg.formClass(QStringLiteral("formIMSG")), QStringLiteral("SiemensHarvelFormIMSG"));
+    // Modal screens keep only their own keys, the others the area's.
+    auto has = [&cfg](const QString& screen, const QString& menu, int position, const QString& action) {
+        for (const SlGfwAreaConfig::Softkey& k : cfg.screen(screen)->softkeys)
+            if (k.menu == menu && k.position == position)
+                return k.action == action;
+        return action.isEmpty();
+    };
+    QVERIFY(has(QStringLiteral("screenSettings"), QStringLiteral("myVr"), 2, QStringLiteral("saveSettings")));
+    QVERIFY(has(QStringLiteral("screenSettings"), QStringLiteral("myHu"), 3, QStringLiteral("screenReport")));
+    QVERIFY(has(QStringLiteral("screenIMSG"), QStringLiteral("myVr"), 8, QStringLiteral("doOK")));
+    QVERIFY(has(QStringLiteral("screenIMSG"), QStringLiteral("myHu"), 1, QString()));
+    QVERIFY(has(QStringLiteral("screenReport"), QStringLiteral("myVr"), 3, QStringLiteral("resetSize")));
 }
 
 QTEST_MAIN(TestHmiFramework)
