@@ -4,6 +4,7 @@
 #include "HmiControl.h"
 #include "HmiFramework.h"
 #include "HmiMachineForm.h"
+#include "HmiSignalWatcher.h"
 #include "HmiSystemConfig.h"
 #include "HmiWindow.h"
 #include "SlGfwBaseForm.h"
@@ -99,6 +100,8 @@ int main(int argc, char** argv)
     err << "harvel-hmi: machine " << machine << (headless ? " (headless)" : "") << ", " << framework.areaCount()
         << " areas, control socket " << ctl.path() << Qt::endl;
 
+    HmiSignalWatcher signalWatcher;
+    QObject::connect(&signalWatcher, &HmiSignalWatcher::terminationRequested, &app, [](int) { QApplication::quit(); });
     const int rc = app.exec();
     // Dialogs end while the window that shows them and the NC still exist.
     framework.shutdown();

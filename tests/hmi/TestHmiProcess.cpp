@@ -63,6 +63,7 @@ private slots:
     void disabledAndUnknownKeysAreRefused();
     void screenshotInHeadlessMode();
     void screenshotOfARealWindowUnderXvfb();
+    void terminationEndsInOrder();
 
 private:
     bool start(QProcess& process, const QString& machine, const QStringList& extra, const QString& program);
@@ -251,6 +252,20 @@ void TestHmiProcess::screenshotOfARealWindowUnderXvfb()
     QFile::copy(file, QDir(qEnvironmentVariable("HARVEL_BINARY_DIR", QDir::tempPath())).filePath(QStringLiteral("hmi-machine-area.png")));
     QCOMPARE(CtlClient::call(machine.path(), {QStringLiteral("quit")}).code, 0);
     QVERIFY(hmi.waitForFinished(60000));
+}
+
+void TestHmiProcess::terminationEndsInOrder()
+{
+    QTemporaryDir machine;
+    QProcess hmi;
+    QVERIFY(start(hmi, machine.path(), {QStringLiteral("--machine"), machine.path(), QStringLiteral("--headless")},
+                  QStringLiteral(HARVEL_HMI_BIN)));
+    QVERIFY(QFile::exists(CtlServer::socketPath(machine.path())));
+    hmi.terminate();
+    QVERIFY(hmi.waitForFinished(60000));
+    QCOMPARE(hmi.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(hmi.exitCode(), 0);
+    QVERIFY(!QFile::exists(CtlServer::socketPath(machine.path())));
 }
 
 QTEST_MAIN(TestHmiProcess)
