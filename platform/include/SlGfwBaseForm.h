@@ -14,8 +14,9 @@ public:
 
     // Looks an image up by file name in the operator interface's image
     // folders, the panel's resolution folder (ico1024, ico800, ico640)
-    // first when resolutionDependent is set. True with the full path in
-    // path when found.
+    // first when resolutionDependent is set, then the platform's own
+    // images (fv_folder_closed.png, fv_folder_opened.png, fv_file.png).
+    // True with the full path in path when found.
     static bool searchImageFile(const QString& fileName, QString& path, bool resolutionDependent = true);
 
     // The folders searched, most specific first; the host sets them from

@@ -37,6 +37,12 @@ bool SlGfwBaseForm::searchImageFile(const QString& fileName, QString& path, bool
             }
         }
     }
+    // The platform's own images come last, so a card can replace them.
+    const QString builtin = QStringLiteral(":/slgfw/ico/") + fileName;
+    if (QFileInfo(builtin).isFile()) {
+        path = builtin;
+        return true;
+    }
     return false;
 }
 

@@ -1,5 +1,6 @@
 // The platform widgets the forms build on: grid cells, palettes and
 // signals, the line edit's signals, the form's bars and the PDF view.
+#include "SlGfwBaseForm.h"
 #include "SlGfwDialogForm.h"
 #include "SlGfwLineEdit.h"
 #include "SlGrCheckGridItem.h"
@@ -7,6 +8,8 @@
 #include "SlGrGrid.h"
 #include "XpdfWidget.h"
 
+#include <QDir>
+#include <QIcon>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QSignalSpy>
@@ -23,6 +26,7 @@ private slots:
     void lineEditNamesItsSource();
     void formBars();
     void pdfZoom();
+    void imagesAreFoundOnTheCardFirst();
 };
 
 void TestHmiWidgets::gridCellsAndSignals()
@@ -167,6 +171,37 @@ void TestHmiWidgets::pdfZoom()
     view.closeFile();
     QVERIFY(view.getFileName().isEmpty());
     QCOMPARE(view.getNumPages(), 0);
+}
+
+void TestHmiWidgets::imagesAreFoundOnTheCardFirst()
+{
+    QString path;
+    QVERIFY(!SlGfwBaseForm::searchImageFile(QStringLiteral("no_such_image.png"), path, true));
+    // The file views' icons exist even on an empty card, and they differ.
+    QVERIFY(SlGfwBaseForm::searchImageFile(QStringLiteral("fv_folder_closed.png"), path, true));
+    QIcon closed;
+    closed.addFile(path);
+    QVERIFY(SlGfwBaseForm::searchImageFile(QStringLiteral("fv_folder_opened.png"), path, true));
+    QIcon opened;
+    opened.addFile(path);
+    QVERIFY(!closed.isNull() && !opened.isNull());
+    QVERIFY(closed.cacheKey() != opened.cacheKey());
+
+    QTemporaryDir card;
+    QVERIFY(QDir().mkpath(card.filePath(QStringLiteral("oem/ico1024"))));
+    QVERIFY(QDir().mkpath(card.filePath(QStringLiteral("user"))));
+    QImage(8, 8, QImage::Format_ARGB32).save(card.filePath(QStringLiteral("oem/ico1024/fv_file.png")));
+    QImage(8, 8, QImage::Format_ARGB32).save(card.filePath(QStringLiteral("user/fv_file.png")));
+    SlGfwBaseForm::setImageSearchPaths({card.filePath(QStringLiteral("user")), card.filePath(QStringLiteral("oem"))});
+    QVERIFY(SlGfwBaseForm::searchImageFile(QStringLiteral("fv_file.png"), path, true));
+    QCOMPARE(path, card.filePath(QStringLiteral("user/fv_file.png")));
+    QVERIFY(QFile::remove(path));
+    QVERIFY(SlGfwBaseForm::searchImageFile(QStringLiteral("fv_file.png"), path, true));
+    QCOMPARE(path, card.filePath(QStringLiteral("oem/ico1024/fv_file.png")));
+    // Without the resolution folders only the folder itself counts.
+    QVERIFY(SlGfwBaseForm::searchImageFile(QStringLiteral("fv_file.png"), path, false));
+    QVERIFY(path.startsWith(QLatin1Char(':')));
+    SlGfwBaseForm::setImageSearchPaths({});
 }
 
 QTEST_MAIN(TestHmiWidgets)
