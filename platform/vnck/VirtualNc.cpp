@@ -35,6 +35,7 @@ constexpr int kEdgeParameters = 25;
 constexpr int kSelectedProgramLength = 160;
 constexpr int kToolNameLength = 32;
 constexpr int kSaveDelayMs = 200;
+constexpr int kParseCacheSize = 4096;
 
 const QString kStateFile = QStringLiteral("state/nc.json");
 
@@ -108,6 +109,7 @@ public:
 
     mutable QMutex mutex;
     QHash<QString, Var> vars;
+    QHash<QString, NcAddress> parsed;
     // The defined global user data, per block name ("_N_NC_GD3_ACX"), in
     // definition order.
     QMap<QString, QList<GudDefinitionFile::Variable>> gudDefs;
@@ -287,9 +289,19 @@ void VirtualNcPrivate::defineGud(const QString& block, const GudDefinitionFile::
 
 SlCapErrorEnum VirtualNcPrivate::resolve(const QString& address, Slice& s, QString& why)
 {
+    // Subscriptions and request loops ask for the same few addresses over
+    // and over; their parsed form is kept.
     NcAddress a;
-    if (!NcAddress::parse(address, a, why))
-        return SL_CAP_ERR_SYNTAX;
+    const auto cached = parsed.constFind(address);
+    if (cached != parsed.constEnd()) {
+        a = cached.value();
+    } else {
+        if (!NcAddress::parse(address, a, why))
+            return SL_CAP_ERR_SYNTAX;
+        if (parsed.size() >= kParseCacheSize)
+            parsed.clear();
+        parsed.insert(address, a);
+    }
 
     s.key = a.key();
     if (a.area == NcAddress::Tool && a.name.compare(QLatin1String("edgeData"), Qt::CaseInsensitive) == 0) {

@@ -64,7 +64,9 @@ public:
     // A folder with neither machine.ini nor NC data (missing, empty, or
     // holding only an installation under card/) is first filled from the
     // template of variant, leaving what is there alone. Returns null with a
-    // reason when the folder cannot be used; nothing in it is changed then.
+    // reason when the folder cannot be used (no machine.ini beside NC data,
+    // a bad machine.ini or state file, or another process running it);
+    // nothing in it is changed then.
     static VirtualNc* open(const QString& machineDir, QString& error,
                            Variant variant = Variant::Commissioned, QObject* parent = nullptr);
     // Fills machineDir from a template without opening it; refuses a folder
