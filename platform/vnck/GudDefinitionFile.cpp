@@ -171,7 +171,6 @@ void GudDefinitionFile::parse(const QString& text, QList<Variable>& variables, Q
     for (const Variable& v : variables)
         seen.insert(v.name);
     const QStringList lines = text.split(QLatin1Char('\n'));
-    bool sawContent = false;
     for (int i = 0; i < lines.size(); ++i) {
         const int lineNo = i + 1;
         QString line = stripComment(lines[i]).trimmed();
@@ -180,13 +179,11 @@ void GudDefinitionFile::parse(const QString& text, QList<Variable>& variables, Q
         line = line.trimmed();
         if (line.isEmpty())
             continue;
-        if (line.startsWith(QLatin1Char('%'))) {
-            if (sawContent)
-                errors << Error{lineNo, QStringLiteral("the header '%1' must be the first line").arg(line)};
-            sawContent = true;
+        // A header line (%_N_UGUD_DEF) belongs to the transfer format and is
+        // passed over wherever it stands: files merged on the HMI put their
+        // new definitions in front of the old header.
+        if (line.startsWith(QLatin1Char('%')))
             continue;
-        }
-        sawContent = true;
         line.remove(blockNo);
         if (programEnd.match(line).hasMatch())
             break;

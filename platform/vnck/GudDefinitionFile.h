@@ -6,7 +6,7 @@
 
 // A definition file of global user data (DEF.DIR/SGUD.DEF, MGUD.DEF,
 // UGUD.DEF, GUD4.DEF ... GUD9.DEF) read as the NC reads it on activation:
-//   %_N_UGUD_DEF              header
+//   %_N_UGUD_DEF              header, passed over wherever it stands
 //   ;$PATH=/_N_DEF_DIR        comments from ';' on
 //   DEF NCK INT TMR_FILE
 //   DEF NCK REAL TMR_VAR[1000]

@@ -13,6 +13,7 @@ private slots:
     void reportsEachBadLine();
     void initialValuesMustFit();
     void fileNamesGiveBlocks();
+    void mergedFileWithDefinitionsBeforeTheHeader();
 };
 
 void TestGudDefinitionFile::acceptsWhatTheNcAccepts()
@@ -63,7 +64,6 @@ void TestGudDefinitionFile::reportsEachBadLine()
         "G01 X10\n"               // 8: not a definition
         "DEF NCK STRING[401] S\n" // 9: string length
         "DEF NCK INT THIS_NAME_IS_LONGER_THAN_31_CHARS\n" // 10
-        "%_N_AGAIN_DEF\n"         // 11: header not first
         "M30\n");
     QList<Var> vars;
     QList<Err> errors;
@@ -71,7 +71,7 @@ void TestGudDefinitionFile::reportsEachBadLine()
     QList<int> lines;
     for (const Err& e : errors)
         lines << e.line;
-    QCOMPARE(lines, (QList<int>{2, 3, 4, 5, 7, 8, 9, 10, 11}));
+    QCOMPARE(lines, (QList<int>{2, 3, 4, 5, 7, 8, 9, 10}));
     QCOMPARE(vars.size(), 1);
     QVERIFY(errors[4].text.contains(QLatin1String("OK1")));
 }
@@ -97,6 +97,31 @@ void TestGudDefinitionFile::fileNamesGiveBlocks()
     QCOMPARE(GudDefinitionFile::blockOfFile(QStringLiteral("GUD9.DEF")), 9);
     QCOMPARE(GudDefinitionFile::blockOfFile(QStringLiteral("GUD3.DEF")), -1);
     QCOMPARE(GudDefinitionFile::blockOfFile(QStringLiteral("UGUD.MPF")), -1);
+}
+
+// The HMI's merge puts the required definitions in front of the old file,
+// header included, and appends M30 only when the old file had no end.
+void TestGudDefinitionFile::mergedFileWithDefinitionsBeforeTheHeader()
+{
+    const QString text = QStringLiteral(
+        "; NC Velmar Variables\n"
+        "DEF NCK INT TMR_FILE\n"
+        "DEF NCK INT TMR_VINT[5]\n"
+        "DEF NCK REAL TMR_VAR[1000]\n"
+        "DEF NCK BOOL TMR_PRGISMETRIC\n"
+        "DEF NCK INT TMR_DIALOG_VINT[4]\n"
+        "DEF NCK STRING[256] TMR_DIALOG_VSTR[3]\n"
+        "DEF NCK REAL TMR_FINDSPHERE[7]\n"
+        "%_N_UGUD_DEF\n"
+        ";$PATH=/_N_DEF_DIR\n"
+        "DEF NCK INT CUSTOMER_FLAG\n"
+        "M30\n");
+    QList<Var> vars;
+    QList<Err> errors;
+    GudDefinitionFile::parse(text, vars, errors);
+    QVERIFY2(errors.isEmpty(), qPrintable(errors.value(0).text));
+    QCOMPARE(vars.size(), 8);
+    QCOMPARE(vars.last().name, QStringLiteral("CUSTOMER_FLAG"));
 }
 
 QTEST_GUILESS_MAIN(TestGudDefinitionFile)
