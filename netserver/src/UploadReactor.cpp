@@ -161,7 +161,21 @@ void UploadReactor::FinishLocked(const grpc::Status& status)
     if (m_shared->finished)
         return;
     m_shared->finished = true;
+    // What never reached the plug-in is gone before the client hears why.
+    if (!m_handedOver)
+        Discard();
     Finish(status);
+}
+
+void UploadReactor::Discard()
+{
+    if (m_out.is_open())
+        m_out.close();
+    if (!m_folder.empty()) {
+        std::error_code ec;
+        std::filesystem::remove_all(m_folder, ec);
+        m_folder.clear();
+    }
 }
 
 void UploadReactor::OnCancel()
@@ -178,13 +192,9 @@ void UploadReactor::OnDone()
     {
         std::lock_guard<std::mutex> lock(m_shared->mutex);
     }
-    if (m_out.is_open())
-        m_out.close();
     // A file that never reached the plug-in is nobody's.
-    if (!m_handedOver && !m_folder.empty()) {
-        std::error_code ec;
-        std::filesystem::remove_all(m_folder, ec);
-    }
+    if (!m_handedOver)
+        Discard();
     m_server.Peers().CallEnded(m_peer, m_cutOff);
     delete this;
 }

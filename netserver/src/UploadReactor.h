@@ -38,6 +38,7 @@ private:
     void Handover();
     // Ends the call unless someone else did; m_shared->mutex must be held.
     void FinishLocked(const grpc::Status& status);
+    void Discard();
 
     NetServer& m_server;
     grpc::CallbackServerContext* m_ctx;
