@@ -3,6 +3,8 @@
 #include <QRegularExpression>
 #include <QSet>
 
+#include <cmath>
+
 namespace {
 
 constexpr int kMaxNameLength = 31;
@@ -117,14 +119,15 @@ QVariant GudDefinitionFile::convert(int type, const QVariant& value)
         const double d = value.type() == QVariant::String ? value.toString().trimmed().toDouble(&ok)
                                                           : value.toDouble(&ok);
         // The NC rounds a real to the nearest integer on assignment.
-        if (!ok || d > 2147483647.0 || d < -2147483648.0)
+        if (!ok || !std::isfinite(d) || d > 2147483647.0 || d < -2147483648.0)
             return QVariant();
         return static_cast<int>(qRound64(d));
     }
     case QMetaType::Double: {
         const double d = value.type() == QVariant::String ? value.toString().trimmed().toDouble(&ok)
                                                           : value.toDouble(&ok);
-        return ok ? QVariant(d) : QVariant();
+        // The NC's REAL has no NaN or infinity.
+        return ok && std::isfinite(d) ? QVariant(d) : QVariant();
     }
     case QMetaType::Bool: {
         if (value.type() == QVariant::String) {

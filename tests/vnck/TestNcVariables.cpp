@@ -154,6 +154,9 @@ void TestNcVariables::writesAreConvertedOrRefused()
     QCOMPARE(v, QVariant(3));
     QCOMPARE(cap.write(gd3 + "TMR_VINT[1]", QStringLiteral("abc")), SL_CAP_ERR_TYPE);
     QCOMPARE(cap.write(gd3 + "TMR_VINT[1]", 1e12), SL_CAP_ERR_TYPE);
+    QCOMPARE(cap.write(gd3 + "TMR_VAR[1]", qQNaN()), SL_CAP_ERR_TYPE);
+    QCOMPARE(cap.write(gd3 + "TMR_VINT[1]", QStringLiteral("nan")), SL_CAP_ERR_TYPE);
+    QCOMPARE(cap.write(gd3 + "TMR_VAR[1]", QStringLiteral("inf")), SL_CAP_ERR_TYPE);
     QCOMPARE(cap.read(gd3 + "TMR_VINT[1]", v), SL_CAP_OK);
     QCOMPARE(v, QVariant(3));
     QCOMPARE(cap.write(gd3 + "TMR_VAR[1,3]", QVariantList{1.0, 2.0}), SL_CAP_ERR_TYPE);
