@@ -307,8 +307,16 @@ void TestHost::FillTable(void** table)
 
 bool TestHost::WaitFor(const std::function<bool()>& pred, std::chrono::milliseconds timeout)
 {
+    // Some conditions are about files, which nobody announces: look again
+    // now and then, not only when woken.
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
     std::unique_lock<std::mutex> lock(mutex);
-    return changed.wait_for(lock, timeout, pred);
+    while (!pred()) {
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+        changed.wait_for(lock, std::chrono::milliseconds(20));
+    }
+    return true;
 }
 
 std::vector<std::string> TestHost::Events()
