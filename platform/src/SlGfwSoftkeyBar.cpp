@@ -30,7 +30,8 @@ void SlGfwSoftkeyBar::setKey(SlGfwSoftkey* key)
     QWidget* old = m_slots.at(index);
     key->setParent(this);
     key->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    m_layout->replaceWidget(old, key);
+    // The layout hands back the item of the empty slot; it is ours.
+    delete m_layout->replaceWidget(old, key);
     m_slots[index] = key;
     delete old;
     key->show();

@@ -410,23 +410,23 @@ void TestHmiFramework::systemConfigurationLoadsWhatItCan()
 {
     QTemporaryDir machine;
     const QString hmi = HmiSystemConfig::hmiFolder(machine.path());
-    QVERIFY(QFile::copy(QStringLiteral(HMI_TEST_PLUGIN), hmi + QStringLiteral("/Test/appl/libtest.so")) ||
-            (QDir().mkpath(hmi + QStringLiteral("/Test/appl")) &&
-             QFile::copy(QStringLiteral(HMI_TEST_PLUGIN), hmi + QStringLiteral("/Test/appl/libtest.so"))));
+    // The library by its absolute path: a copy would be a second library
+    // with the same classes in this process.
+    const QByteArray library = QByteArrayLiteral(HMI_TEST_PLUGIN);
     QVERIFY(QDir().mkpath(hmi + QStringLiteral("/Test/cfg")));
     QVERIFY(QFile::copy(QStringLiteral(HMI_TEST_AREA_CFG), hmi + QStringLiteral("/Test/cfg/testarea.ini")));
     QVERIFY(writeFile(hmi + QStringLiteral("/cfg/systemconfiguration.ini"),
                       "[areas]\n"
-                      "AREA1 = name:=Second, dialog:=TestAreaDialog, text:=Two, library:=Test/appl/libtest.so, "
-                      "cfg:=Test/cfg/testarea.ini\n"
+                      "AREA1 = name:=Second, dialog:=TestAreaDialog, text:=Two, library:=" + library +
+                          ", cfg:=Test/cfg/testarea.ini\n"
                       "AREA2 = garbage\n"
                       "AREA3 = name:=Third, dialog:=TestAreaDialog, colour:=red, library:=x, cfg:=y\n"
                       "AREA4 = name:=Fourth, dialog:=TestAreaDialog, library:=none.so, cfg:=Test/cfg/testarea.ini\n"));
     // The user layer replaces an entry of the oem layer by its key.
     QVERIFY(writeFile(HmiSystemConfig::hmiFolder(machine.path(), QStringLiteral("user")) +
                           QStringLiteral("/cfg/systemconfiguration.ini"),
-                      "[areas]\nAREA1 = name:=Second, dialog:=TestAreaDialog, text:=Mine, "
-                      "library:=Test/appl/libtest.so, cfg:=Test/cfg/testarea.ini\n"));
+                      "[areas]\nAREA1 = name:=Second, dialog:=TestAreaDialog, text:=Mine, library:=" + library +
+                          ", cfg:=Test/cfg/testarea.ini\n"));
 
     HmiFramework fw;
     const QStringList errors = fw.loadConfiguredAreas(machine.path());
