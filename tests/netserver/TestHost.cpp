@@ -20,7 +20,15 @@ void Put(const std::string& text, char* buffer, unsigned int size)
 bool Enter(const char* peer)
 {
     TestHost& host = TestHost::Instance();
-    std::lock_guard<std::mutex> lock(host.mutex);
+    std::unique_lock<std::mutex> lock(host.mutex);
+    if (host.holdCallbacks) {
+        ++host.callbacksWaiting;
+        host.changed.notify_all();
+        host.changed.wait(lock, [&host] { return !host.holdCallbacks; });
+        --host.callbacksWaiting;
+        ++host.callbacksReturned;
+        host.changed.notify_all();
+    }
     host.callbackThreads.insert(std::this_thread::get_id());
     if (std::this_thread::get_id() == host.forbiddenThread)
         host.calledFromForbiddenThread = true;
@@ -272,6 +280,9 @@ void TestHost::Reset()
     events.clear();
     peers.clear();
     askedPaths.clear();
+    holdCallbacks = false;
+    callbacksWaiting = 0;
+    callbacksReturned = 0;
     holdMessages = false;
     messagesWaiting = 0;
     messagesReturned = 0;

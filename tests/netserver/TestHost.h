@@ -40,6 +40,11 @@ public:
     std::vector<std::string> peers;       // peers of request callbacks
     std::vector<std::string> askedPaths;  // exists, select, download
 
+    // every callback waits while held, as if the main thread were busy
+    bool holdCallbacks = false;
+    int callbacksWaiting = 0;
+    int callbacksReturned = 0;
+
     // messages
     bool holdMessages = false;
     int messagesWaiting = 0;

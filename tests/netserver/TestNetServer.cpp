@@ -791,42 +791,72 @@ void TestNetServer::stopReturnsWhileACallbackWaits()
     TestHost& host = TestHost::Instance();
     {
         std::lock_guard<std::mutex> lock(host.mutex);
-        host.holdMessages = true;
+        host.holdCallbacks = true;
     }
+    const std::string local = AppDir() + "/local.txt";
+    WriteFile(local, "data");
+    // One call of every kind, each stuck in its callback; the connection's
+    // arrival waits too, on the thread that reports events.
     Client client(m_lib.address);
-    auto message = std::async(std::launch::async, [&] {
+    std::vector<std::future<grpc::Status>> calls;
+    calls.push_back(std::async(std::launch::async, [&] {
         grpc::ClientContext ctx;
         MessageRequest request;
         request.set_text("wait");
         MessageReply reply;
         return client.machine->SendMessage(&ctx, request, &reply);
-    });
-    QVERIFY(host.WaitFor([&] { return host.messagesWaiting == 1; }));
+    }));
+    calls.push_back(std::async(std::launch::async, [&] {
+        ReadRVarReply reply;
+        return client.Read(0, 1, reply);
+    }));
+    calls.push_back(std::async(std::launch::async, [&] {
+        CheckFileExistsReply reply;
+        return client.Exists(local, reply);
+    }));
+    calls.push_back(std::async(std::launch::async, [&] {
+        DownloadHeader header;
+        std::string data;
+        return client.Download(local, header, data);
+    }));
+    calls.push_back(std::async(std::launch::async, [&] {
+        Reply reply;
+        return client.Upload(0, "a.spf", "abc", 3, reply);
+    }));
+    calls.push_back(std::async(std::launch::async, [&] {
+        RequestFileReply reply;
+        return client.Request("r", "3 7 0 1 1", reply);
+    }));
+    Subscription subscription(client, true);
+    QVERIFY(host.WaitFor([&] { return host.callbacksWaiting == 7; }));
 
-    // The HMI's main thread stops the server while the callback waits for
-    // that very thread: the stop must not wait for it.
+    // The HMI's main thread stops the server while the callbacks wait for
+    // that very thread: the stop must not wait for them.
     QElapsedTimer timer;
     timer.start();
     m_lib.stopServer();
     const qint64 stopMs = timer.elapsed();
     m_lib.releaseInstance();
-    qInfo("StopServer returned after %lld ms with a callback waiting", stopMs);
-    QVERIFY2(stopMs < 5000, "StopServer waited for the callback");
-    QVERIFY(!message.get().ok());
+    qInfo("StopServer returned after %lld ms with 7 callbacks waiting", stopMs);
+    QVERIFY2(stopMs < 5000, "StopServer waited for the callbacks");
+    for (auto& call : calls)
+        QVERIFY(!call.get().ok());
+    QVERIFY(subscription.WaitFor([&] { return subscription.ended; }));
 
-    // The plug-in unloads the library; the callback returns later into it,
+    // The plug-in unloads the library; the callbacks return later into it,
     // so its code must still be there.
     m_lib.Unload();
     QVERIFY2(ReadAll("/proc/self/maps").find(AppDir() + "/libZynNetServer.so") != std::string::npos,
-             "the library was unmapped while a thread was still inside a callback");
+             "the library was unmapped while threads were still inside callbacks");
     {
         std::lock_guard<std::mutex> lock(host.mutex);
-        host.holdMessages = false;
+        host.holdCallbacks = false;
     }
     host.changed.notify_all();
-    QVERIFY(host.WaitFor([&] { return host.messagesReturned == 1; }));
-    // Give the released thread time to run back through the library's code.
+    QVERIFY(host.WaitFor([&] { return host.callbacksReturned == 7; }));
+    // Give the released threads time to run back through the library's code.
     QThread::msleep(300);
+    QVERIFY(FilesIn(AppDir() + "/zyn/upload").empty());
 
     // And the next load of the library serves as if nothing had happened.
     std::string error;
