@@ -250,7 +250,9 @@ bool SlGfwHmiDialog::switchToScreen(const QString& screenName, const QString& pr
 
 void SlGfwHmiDialog::endModalFrames(const QString& left, const QString& target)
 {
-    if (m_modal.isEmpty())
+    // Showing a screen again leaves nothing, also not a modal run of the
+    // screen that was already shown.
+    if (m_modal.isEmpty() || left == target)
         return;
     // Going back to the screen that opened a modal screen ends that one
     // and every modal screen opened above it; leaving the topmost modal
@@ -262,7 +264,7 @@ void SlGfwHmiDialog::endModalFrames(const QString& left, const QString& target)
             break;
         }
     }
-    if (from < 0 && m_modal.last()->screen == left && left != target)
+    if (from < 0 && m_modal.last()->screen == left)
         from = m_modal.size() - 1;
     if (from < 0)
         return;
