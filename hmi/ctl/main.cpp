@@ -11,12 +11,13 @@
 
 static void usage(QTextStream& err)
 {
-    err << "usage: harvel-ctl [--machine DIR] [--timeout MS] nc|hmi ARGS...\n"
+    err << "usage: harvel-ctl [--machine DIR] [--timeout MS] nc|hmi|quit ARGS...\n"
            "  nc get PATH | nc set PATH VALUE | nc program select NCPATH|start|stop|reset|end\n"
            "  nc alarm raise ID TEXT [--kind K] [--channel] | nc alarm clear ID\n"
            "  nc usb mount|unmount NAME | nc activate-def NCPATH | nc fault ... | nc fault clear\n"
            "  hmi state [--json] | hmi key ACTION | hmi key --menu MENU --position N\n"
-           "  hmi type TEXT | hmi focus NAME | hmi screenshot FILE\n"
+           "  hmi type TEXT | hmi focus NAME | hmi screenshot FILE | hmi area NAME | hmi areas\n"
+           "  quit (ends harvel-hmi in order)\n"
            "DIR defaults to the current folder.\n";
 }
 
