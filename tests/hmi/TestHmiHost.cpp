@@ -21,6 +21,7 @@ class TestHmiHost : public QObject
 private slots:
     void startsWhatItCanAndReportsTheRest();
     void quitIsAskedForAfterTheAnswer();
+    void functionKeysPressTheSoftKeys();
 };
 
 void TestHmiHost::startsWhatItCanAndReportsTheRest()
@@ -70,6 +71,38 @@ void TestHmiHost::quitIsAskedForAfterTheAnswer()
     QCOMPARE(quit.count(), 0);
     QCoreApplication::processEvents();
     QCOMPARE(quit.count(), 1);
+}
+
+void TestHmiHost::functionKeysPressTheSoftKeys()
+{
+    QTemporaryDir machine;
+    const QString cfgDir = HmiSystemConfig::hmiFolder(machine.path()) + QStringLiteral("/cfg");
+    QVERIFY(QDir().mkpath(cfgDir));
+    QFile sys(cfgDir + QStringLiteral("/systemconfiguration.ini"));
+    QVERIFY(sys.open(QIODevice::WriteOnly));
+    sys.write("[areas]\nAREA1 = name:=TestArea, dialog:=TestAreaDialog, library:=" HMI_TEST_PLUGIN ", cfg:=" HMI_TEST_AREA_CFG "\n");
+    sys.close();
+    HmiHost host;
+    QVERIFY(host.start(machine.path()).isEmpty());
+    QVERIFY(QTest::qWaitForWindowActive(host.window()));
+    auto enabled = [&host](const QString& menu, int position) {
+        const CtlResult r = host.command({QStringLiteral("hmi"), QStringLiteral("state"), QStringLiteral("--json")});
+        const QJsonObject state = QJsonDocument::fromJson(r.out.toUtf8()).object();
+        for (const QJsonValue& k : state.value(QStringLiteral("softkeys")).toObject().value(menu).toArray())
+            if (k.toObject().value(QStringLiteral("position")).toInt() == position)
+                return k.toObject().value(QStringLiteral("enabled")).toBool();
+        return false;
+    };
+
+    // F10 brings the next area, Shift+F3 presses myVr 3 ("Disable 4").
+    QTest::keyClick(host.window(), Qt::Key_F10);
+    QCOMPARE(host.framework()->currentAreaName(), QStringLiteral("TestArea"));
+    QVERIFY(enabled(QStringLiteral("myVr"), 4));
+    QTest::keyClick(host.window(), Qt::Key_F3, Qt::ShiftModifier);
+    QVERIFY(!enabled(QStringLiteral("myVr"), 4));
+    // F1 presses myHu 1, the link to the main screen, which rebuilds its menus.
+    QTest::keyClick(host.window(), Qt::Key_F1);
+    QVERIFY(enabled(QStringLiteral("myVr"), 4));
 }
 
 QTEST_MAIN(TestHmiHost)
