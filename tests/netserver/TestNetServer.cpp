@@ -701,7 +701,11 @@ void TestNetServer::notificationsAndLogFilesReachSubscribers()
 
     bool complete = false;
     QVERIFY(sub.WaitFor([&] { return sub.File("20261122.log", false, complete) == "line 1\nline 2\n" && complete; }));
-    QVERIFY(host.WaitFor([&] { return host.HasEvent("log " + peer + " " + log + " 2"); }));
+    // Each peer's reports come in order; between peers any order is fine.
+    QVERIFY(host.WaitFor([&] {
+        return host.HasEvent("log " + peer + " " + log + " 2")
+            && host.HasEvent("log ipv4:10.9.9.9:1 " + log + " 3");
+    }));
     {
         std::lock_guard<std::mutex> lock(host.mutex);
         std::vector<std::string> mine, other;
