@@ -19,7 +19,7 @@
 #include <QTimer>
 
 namespace {
-const char* kUsage = "hmi state [--json] | key ACTION | key --menu MENU --position N | type TEXT | focus NAME | "
+const char* kUsage = "hmi state [--json] | key ACTION | key --menu MENU --position N | type [--clear] TEXT | focus NAME | "
                      "screenshot FILE | area NAME | areas";
 
 // The widget a label stands for: its buddy, or its right-hand neighbour
@@ -205,14 +205,25 @@ CtlResult HmiControl::doKey(const QStringList& args)
 
 CtlResult HmiControl::doType(const QStringList& args)
 {
-    if (args.size() != 1)
-        return CtlResult::fail(QStringLiteral("usage: hmi type TEXT"), 2);
+    const bool clear = args.size() == 2 && args.first() == QLatin1String("--clear");
+    if (args.size() != 1 && !clear)
+        return CtlResult::fail(QStringLiteral("usage: hmi type [--clear] TEXT"), 2);
     QWidget* target = m_window ? m_window->focusWidget() : nullptr;
     if (!target)
         return CtlResult::fail(QStringLiteral("no widget has the focus; use hmi focus NAME first"));
     // Real key events, so the widget's own input handling and its signals
-    // behave as with a keyboard.
-    for (const QChar c : args.first()) {
+    // behave as with a keyboard: select all, then delete, as an operator
+    // empties a field.
+    if (clear) {
+        for (const auto& key : {std::make_pair(int(Qt::Key_A), Qt::KeyboardModifiers(Qt::ControlModifier)),
+                                std::make_pair(int(Qt::Key_Delete), Qt::KeyboardModifiers(Qt::NoModifier))}) {
+            QKeyEvent press(QEvent::KeyPress, key.first, key.second);
+            QKeyEvent release(QEvent::KeyRelease, key.first, key.second);
+            QApplication::sendEvent(target, &press);
+            QApplication::sendEvent(target, &release);
+        }
+    }
+    for (const QChar c : args.last()) {
         QWidget* receiver = m_window->focusWidget();
         if (!receiver)
             break;

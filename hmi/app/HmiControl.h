@@ -13,7 +13,8 @@ class QWidget;
 // screens as an operator would and to read what they show.
 //   state [--json]                     area, screen, caption, status, soft keys
 //   key ACTION | key --menu M --position N
-//   type TEXT                          into the widget with the focus
+//   type [--clear] TEXT                into the widget with the focus,
+//                                      emptied first with --clear
 //   focus NAME                         a widget of the form, by object name,
 //                                      accessible name or the text of its label
 //   screenshot FILE

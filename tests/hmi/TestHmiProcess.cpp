@@ -164,6 +164,8 @@ void TestHmiProcess::typeIntoTheFocusedWidget()
     QCOMPARE(state().value(QStringLiteral("focus")).toString(), QStringLiteral("partName"));
     QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("type"), QStringLiteral("X-1 = 2, \"a\"")}).code, 0);
     QCOMPARE(state().value(QStringLiteral("status")).toArray().at(1).toString(), QStringLiteral("X-1 = 2, \"a\""));
+    QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("type"), QStringLiteral("--clear"), QStringLiteral("B7")}).code, 0);
+    QCOMPARE(state().value(QStringLiteral("status")).toArray().at(1).toString(), QStringLiteral("B7"));
     const CtlResult missing = ctl({QStringLiteral("hmi"), QStringLiteral("focus"), QStringLiteral("noSuchField")});
     QVERIFY(missing.code != 0);
     QVERIFY(missing.err.contains(QLatin1String("noSuchField")));
