@@ -28,7 +28,7 @@ const char kConfig[] =
     "# limits small enough to test\n"
     "max_upload_bytes = 1000000\n"
     "max_r_count = 50\n"
-    "client_idle_seconds = 1\n";
+    "client_idle_seconds = 2\n";
 
 std::string ReadAll(const std::string& path)
 {
@@ -316,10 +316,14 @@ void TestNetServer::refusalsAreStatusesAndAnswersAreReplies()
     QCOMPARE(reply.values_size(), 0);
 
     // Over the limit never reaches the host.
-    const std::size_t asked = TestHost::Instance().peers.size();
+    auto asked = [] {
+        std::lock_guard<std::mutex> lock(TestHost::Instance().mutex);
+        return TestHost::Instance().peers.size();
+    };
+    const std::size_t before = asked();
     grpc::Status status = client.Read(0, 51, reply);
     QCOMPARE(status.error_code(), grpc::StatusCode::OUT_OF_RANGE);
-    QCOMPARE(TestHost::Instance().peers.size(), asked);
+    QCOMPARE(asked(), before);
 
     // An error of the host's own, cut inside a character, still travels.
     {
@@ -657,7 +661,10 @@ void TestNetServer::journalsComeBackUntilAcknowledged()
     WriteFile(next, "");
     QVERIFY(m_lib.notifyJournal(next.c_str()));
     QVERIFY(second.WaitFor([&] { second.File("Telmor20261122010300.cna", true, complete); return complete; }));
-    QCOMPARE(second.CountJournalStarts("Telmor20261122010203.cna"), 1);
+    {
+        std::lock_guard<std::mutex> lock(second.mutex);
+        QCOMPARE(second.CountJournalStarts("Telmor20261122010203.cna"), 1);
+    }
     QVERIFY(!m_lib.notifyJournal((m_lib.journalDir + "/missing.cna").c_str()));
 }
 
