@@ -3,7 +3,6 @@
 #include "SlGfwIniFile.h"
 
 #include <QRegularExpression>
-#include <QSet>
 
 QStringList SlGfwAreaConfig::menus()
 {
@@ -139,7 +138,6 @@ bool SlGfwAreaConfig::build(const SlGfwIniFile& ini, QString& error)
         return false;
     }
 
-    QSet<QString> formNames;
     for (const SlGfwIniFile::Section& s : ini.sections()) {
         if (&s == dialog)
             continue;
@@ -194,7 +192,6 @@ bool SlGfwAreaConfig::build(const SlGfwIniFile& ini, QString& error)
                         .arg(at(s.line), screen.form, known, screen.formClass);
             return false;
         }
-        formNames.insert(screen.form);
         for (const Softkey& sk : withShared ? shared : QList<Softkey>()) {
             bool replaced = removedKeys.contains({sk.menu, sk.position});
             for (const Softkey& o : own)
