@@ -8,6 +8,7 @@
 #include "SlGfwScreen.h"
 #include "SlGfwSoftkey.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
 #include <QFileInfo>
@@ -16,11 +17,16 @@
 #include <QJsonDocument>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QTimer>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QTableWidget>
+#include <QTextEdit>
+#include <QTreeWidget>
 
 namespace {
 const char* kUsage = "hmi state [--json] | key ACTION | key --menu MENU --position N | type [--clear] TEXT | focus NAME | "
-                     "screenshot FILE | area NAME | areas";
+                     "read NAME | screenshot FILE | area NAME | areas";
 
 // The widget a label stands for: its buddy, or its right-hand neighbour
 // in a grid or form layout.
@@ -48,6 +54,83 @@ QString normalisedLabel(QString text)
         text.chop(1);
     return text.trimmed();
 }
+
+// A widget of the form by object name, then accessible name, then the
+// text of the label in front of it. A label itself counts by its object
+// name only when it is to be read.
+QWidget* findWidget(QWidget* form, const QString& name, bool labels)
+{
+    const QList<QWidget*> widgets = form->findChildren<QWidget*>();
+    for (QWidget* w : widgets)
+        if (w->objectName() == name && (labels || !qobject_cast<QLabel*>(w)))
+            return w;
+    for (QWidget* w : widgets)
+        if (w->accessibleName() == name)
+            return w;
+    for (QLabel* l : form->findChildren<QLabel*>())
+        if (normalisedLabel(l->text()) == normalisedLabel(name))
+            if (QWidget* w = labelledWidget(l))
+                return w;
+    return nullptr;
+}
+
+QString cellText(const QTableWidgetItem* item)
+{
+    if (!item)
+        return QString();
+    // Every plain cell may be checkable; a check box cell has a state.
+    if (item->data(Qt::CheckStateRole).isValid())
+        return (item->checkState() == Qt::Checked ? QStringLiteral("[x]") : QStringLiteral("[ ]")) +
+               (item->text().isEmpty() ? QString() : QLatin1Char(' ') + item->text());
+    return item->text();
+}
+
+void treeLines(const QTreeWidgetItem* item, int depth, QStringList& lines)
+{
+    lines << QString(depth * 2, QLatin1Char(' ')) + item->text(0);
+    for (int i = 0; i < item->childCount(); ++i)
+        treeLines(item->child(i), depth + 1, lines);
+}
+
+// What the operator sees of a widget, as text; false for a kind of widget
+// that has no text to read.
+bool widgetText(QWidget* w, QString& text)
+{
+    QStringList lines;
+    if (auto* e = qobject_cast<QLineEdit*>(w)) {
+        text = e->text();
+    } else if (auto* t = qobject_cast<QTextEdit*>(w)) {
+        text = t->toPlainText();
+    } else if (auto* p = qobject_cast<QPlainTextEdit*>(w)) {
+        text = p->toPlainText();
+    } else if (auto* l = qobject_cast<QLabel*>(w)) {
+        text = l->text();
+    } else if (auto* c = qobject_cast<QComboBox*>(w)) {
+        text = c->currentText();
+    } else if (auto* b = qobject_cast<QAbstractButton*>(w)) {
+        text = b->isCheckable() ? (b->isChecked() ? QStringLiteral("checked") : QStringLiteral("unchecked")) : b->text();
+    } else if (auto* list = qobject_cast<QListWidget*>(w)) {
+        for (int i = 0; i < list->count(); ++i)
+            lines << list->item(i)->text();
+        text = lines.join(QLatin1Char('\n'));
+    } else if (auto* table = qobject_cast<QTableWidget*>(w)) {
+        for (int r = 0; r < table->rowCount(); ++r) {
+            QStringList cells;
+            for (int c = 0; c < table->columnCount(); ++c)
+                if (!table->isColumnHidden(c))
+                    cells << cellText(table->item(r, c));
+            lines << cells.join(QLatin1Char('\t'));
+        }
+        text = lines.join(QLatin1Char('\n'));
+    } else if (auto* tree = qobject_cast<QTreeWidget*>(w)) {
+        for (int i = 0; i < tree->topLevelItemCount(); ++i)
+            treeLines(tree->topLevelItem(i), 0, lines);
+        text = lines.join(QLatin1Char('\n'));
+    } else {
+        return false;
+    }
+    return true;
+}
 }
 
 HmiControl::HmiControl(HmiFramework* framework, HmiWindow* window) : m_framework(framework), m_window(window) {}
@@ -73,6 +156,8 @@ CtlResult HmiControl::handle(const QStringList& args)
         return doFocus(rest);
     if (verb == QLatin1String("screenshot"))
         return doScreenshot(rest);
+    if (verb == QLatin1String("read"))
+        return doRead(rest);
     if (verb == QLatin1String("area"))
         return doArea(rest);
     if (verb == QLatin1String("areas"))
@@ -246,23 +331,7 @@ CtlResult HmiControl::doFocus(const QStringList& args)
     if (!form)
         return CtlResult::fail(QStringLiteral("no form is shown"));
     const QString name = args.first();
-    QWidget* target = nullptr;
-    const QList<QWidget*> widgets = form->findChildren<QWidget*>();
-    for (QWidget* w : widgets)
-        if (w->objectName() == name && !qobject_cast<QLabel*>(w)) {
-            target = w;
-            break;
-        }
-    if (!target)
-        for (QWidget* w : widgets)
-            if (w->accessibleName() == name) {
-                target = w;
-                break;
-            }
-    if (!target)
-        for (QLabel* l : form->findChildren<QLabel*>())
-            if (normalisedLabel(l->text()) == normalisedLabel(name) && (target = labelledWidget(l)))
-                break;
+    QWidget* target = findWidget(form, name, false);
     if (!target)
         return CtlResult::fail(QStringLiteral("form %1 has no widget named or labelled '%2'").arg(form->objectName(), name));
     if (!target->isEnabled() || !target->isVisibleTo(form) || target->focusPolicy() == Qt::NoFocus)
@@ -273,6 +342,24 @@ CtlResult HmiControl::doFocus(const QStringList& args)
     }
     target->setFocus(Qt::OtherFocusReason);
     return CtlResult::ok();
+}
+
+CtlResult HmiControl::doRead(const QStringList& args) const
+{
+    if (args.size() != 1)
+        return CtlResult::fail(QStringLiteral("usage: hmi read NAME"), 2);
+    QWidget* form = activeForm();
+    if (!form)
+        return CtlResult::fail(QStringLiteral("no form is shown"));
+    QWidget* target = findWidget(form, args.first(), true);
+    if (!target)
+        return CtlResult::fail(QStringLiteral("form %1 has no widget named or labelled '%2'").arg(form->objectName(), args.first()));
+    QString text;
+    if (!widgetText(target, text))
+        return CtlResult::fail(QStringLiteral("widget '%1' (%2) has no text to read")
+                                   .arg(args.first(), QLatin1String(target->metaObject()->className())));
+    // The answer ends in a line feed; a value that has its own keeps it.
+    return CtlResult::ok(text.endsWith(QLatin1Char('\n')) ? text + QLatin1Char('\n') : text);
 }
 
 CtlResult HmiControl::doScreenshot(const QStringList& args)

@@ -17,6 +17,8 @@ class QWidget;
 //                                      emptied first with --clear
 //   focus NAME                         a widget of the form, by object name,
 //                                      accessible name or the text of its label
+//   read NAME                          the text a widget shows: a field's
+//                                      value, a list's lines, a table's rows
 //   screenshot FILE
 //   area NAME                          the operator's area key
 //   areas                              every area, and why one failed
@@ -37,6 +39,7 @@ private:
     CtlResult doKey(const QStringList& args);
     CtlResult doType(const QStringList& args);
     CtlResult doFocus(const QStringList& args);
+    CtlResult doRead(const QStringList& args) const;
     CtlResult doScreenshot(const QStringList& args);
     CtlResult doArea(const QStringList& args);
     CtlResult doAreas() const;

@@ -16,7 +16,8 @@ static void usage(QTextStream& err)
            "  nc alarm raise ID TEXT [--kind K] [--channel] | nc alarm clear ID\n"
            "  nc usb mount|unmount NAME | nc activate-def NCPATH | nc fault ... | nc fault clear\n"
            "  hmi state [--json] | hmi key ACTION | hmi key --menu MENU --position N\n"
-           "  hmi type [--clear] TEXT | hmi focus NAME | hmi screenshot FILE | hmi area NAME | hmi areas\n"
+           "  hmi type [--clear] TEXT | hmi focus NAME | hmi read NAME | hmi screenshot FILE\n"
+           "  hmi area NAME | hmi areas\n"
            "  quit (ends harvel-hmi in order)\n"
            "DIR defaults to the current folder.\n";
 }

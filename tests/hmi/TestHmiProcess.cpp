@@ -166,6 +166,10 @@ void TestHmiProcess::typeIntoTheFocusedWidget()
     QCOMPARE(state().value(QStringLiteral("status")).toArray().at(1).toString(), QStringLiteral("X-1 = 2, \"a\""));
     QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("type"), QStringLiteral("--clear"), QStringLiteral("B7")}).code, 0);
     QCOMPARE(state().value(QStringLiteral("status")).toArray().at(1).toString(), QStringLiteral("B7"));
+    // What the field shows reads back by its name and by its label.
+    QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("read"), QStringLiteral("partName")}).out, QStringLiteral("B7"));
+    QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("read"), QStringLiteral("Part name:")}).out, QStringLiteral("B7"));
+    QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("read"), QStringLiteral("parts")}).out, QStringLiteral("[x]\tbracket"));
     const CtlResult missing = ctl({QStringLiteral("hmi"), QStringLiteral("focus"), QStringLiteral("noSuchField")});
     QVERIFY(missing.code != 0);
     QVERIFY(missing.err.contains(QLatin1String("noSuchField")));
@@ -218,6 +222,12 @@ void TestHmiProcess::disabledAndUnknownKeysAreRefused()
     QVERIFY2(machineState.value(QStringLiteral("caption")).toArray().at(1).toString().endsWith(QLatin1String("JOG")),
              QJsonDocument(machineState).toJson().constData());
     QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("key"), QStringLiteral("modeAuto")}).code, 0);
+    // The machine form's table reads as rows of visible cells.
+    const QStringList axes = ctl({QStringLiteral("hmi"), QStringLiteral("read"), QStringLiteral("axes")})
+                                 .out.split(QLatin1Char('\n'));
+    QCOMPARE(axes.size(), 6);
+    QCOMPARE(axes.at(2), QStringLiteral("Z\t250.000 mm\tlinear"));
+    QVERIFY(ctl({QStringLiteral("hmi"), QStringLiteral("read"), QStringLiteral("nothing")}).code != 0);
 }
 
 void TestHmiProcess::screenshotInHeadlessMode()

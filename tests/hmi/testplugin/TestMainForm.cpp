@@ -4,6 +4,8 @@
 #include "SlGfwLabel.h"
 #include "SlGfwLineEdit.h"
 #include "SlGfwScreen.h"
+#include "SlGrCheckGridItem.h"
+#include "SlGrGrid.h"
 
 #include <QGridLayout>
 
@@ -21,6 +23,12 @@ TestMainForm::TestMainForm(QWidget* parent, const QString& name, Qt::WindowFlags
     layout->addWidget(new SlGfwLabel(QStringLiteral("Part name: "), this), 0, 0);
     layout->addWidget(input, 0, 1);
     input->setObjectName(QStringLiteral("partName"));
+    auto* parts = new SlGrGrid(1, 3, this, QStringLiteral("parts"));
+    parts->setItem(0, 0, new SlGrCheckGridItem(QString(), true));
+    parts->setText(0, 1, QStringLiteral("bracket"));
+    parts->setText(0, 2, QStringLiteral("hidden path"));
+    parts->setColumnHidden(2, true);
+    layout->addWidget(parts, 1, 0, 1, 2);
     connect(input, qOverload<const QString&, QWidget*>(&SlGfwLineEdit::textChanged), this,
             [this](const QString& text, QWidget*) { setStatusBarElementText(text, 1); });
 }
