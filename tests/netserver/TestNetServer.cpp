@@ -1,6 +1,7 @@
 // The library alone, driven through its C interface with a host of the
 // test's own, and a real gRPC client over loopback.
 
+#include "FreezingProxy.h"
 #include "NetServerLibrary.h"
 #include "TestHost.h"
 #include "harvel_net_v1.grpc.pb.h"
@@ -236,6 +237,7 @@ private slots:
     void stopReturnsWhileACallbackWaits();
     void clientsArriveOnceAndLeave();
     void tlsComesFromTheConfigurationFile();
+    void aVanishedSubscriberIsReportedGone();
 
 private:
     void** Table() { return m_table; }
@@ -970,6 +972,28 @@ void TestNetServer::tlsComesFromTheConfigurationFile()
     QVERIFY(read(grpc::SslCredentials(withCert)).ok());
     QVERIFY(!read(grpc::SslCredentials(withoutCert)).ok());
     QVERIFY(!read(grpc::InsecureChannelCredentials()).ok());
+}
+
+void TestNetServer::aVanishedSubscriberIsReportedGone()
+{
+    // Short keepalive, and no idle expiry to mistake for it.
+    m_lib.StopAndRelease();
+    WriteFile(AppDir() + "/ZynNetServer.conf",
+              "keepalive_seconds = 1\nkeepalive_timeout_seconds = 1\nclient_idle_seconds = 3600\n");
+    std::string error;
+    QVERIFY2(m_lib.CreateAndStart(m_table, AppDir(), error), error.c_str());
+    TestHost& host = TestHost::Instance();
+
+    FreezingProxy proxy(m_lib.getServerPort());
+    QVERIFY(proxy.Port() != 0);
+    Client client("127.0.0.1:" + std::to_string(proxy.Port()));
+    Subscription subscription(client, false);
+    QVERIFY(host.WaitFor([&] { return host.HasEvent("connect "); }));
+    // The PC is gone without a word: no FIN, no RST, no answer to pings.
+    proxy.Freeze();
+    QVERIFY(host.WaitFor([&] { return host.HasEvent("gone "); }, std::chrono::seconds(60)));
+    std::lock_guard<std::mutex> lock(host.mutex);
+    QVERIFY(host.events.back().find(" Subscribe") != std::string::npos);
 }
 
 QTEST_GUILESS_MAIN(TestNetServer)
