@@ -238,6 +238,7 @@ private slots:
     void clientsArriveOnceAndLeave();
     void tlsComesFromTheConfigurationFile();
     void aVanishedSubscriberIsReportedGone();
+    void aPortInUseIsNotShared();
 
 private:
     void** Table() { return m_table; }
@@ -994,6 +995,23 @@ void TestNetServer::aVanishedSubscriberIsReportedGone()
     QVERIFY(host.WaitFor([&] { return host.HasEvent("gone "); }, std::chrono::seconds(60)));
     std::lock_guard<std::mutex> lock(host.mutex);
     QVERIFY(host.events.back().find(" Subscribe") != std::string::npos);
+}
+
+void TestNetServer::aPortInUseIsNotShared()
+{
+    // A second HMI, or a second copy of the library, must not quietly
+    // split the clients of a port with the first.
+    const std::string other = m_dir->path().toStdString() + "/other";
+    QVERIFY(QDir().mkpath(QString::fromStdString(other)));
+    NetServerLibrary second;
+    std::string error;
+    QVERIFY2(second.Load(other, "", error), error.c_str());
+    char journal[ZYN_DIR_BUFFER_SIZE] = {}, req[ZYN_DIR_BUFFER_SIZE] = {};
+    QVERIFY(second.createInstance(other.c_str(), m_table, ZYN_CALLBACK_COUNT, journal,
+                                  sizeof journal, req, sizeof req));
+    QVERIFY(!second.startServer("127.0.0.1", m_lib.getServerPort()));
+    QCOMPARE(second.getServerPort(), (unsigned short)0);
+    second.StopAndRelease();
 }
 
 QTEST_GUILESS_MAIN(TestNetServer)
