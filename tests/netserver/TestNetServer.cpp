@@ -9,7 +9,6 @@
 #include <grpcpp/grpcpp.h>
 
 #include <QElapsedTimer>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -17,6 +16,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <future>
 #include <sstream>
@@ -927,10 +927,10 @@ void TestNetServer::tlsComesFromTheConfigurationFile()
 {
     const QString dir = m_dir->path();
     auto openssl = [&](const QStringList& args) {
-        QProcess p;
-        p.setWorkingDirectory(dir);
-        p.start("openssl", args);
-        return p.waitForFinished(60000) && p.exitCode() == 0;
+        QString command = "cd '" + dir + "' && openssl";
+        for (const QString& arg : args)
+            command += " '" + arg + "'";
+        return std::system((command + " >/dev/null 2>&1").toLocal8Bit().constData()) == 0;
     };
     WriteFile(dir.toStdString() + "/san.ext", "subjectAltName=DNS:localhost,IP:127.0.0.1\n");
     const QStringList ec = {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes"};
