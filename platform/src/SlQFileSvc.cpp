@@ -164,7 +164,7 @@ long SlQFileSvc::listFolderEx(const QString& path, long& listId)
     std::shared_ptr<Pending::Result> result = p->result;
     NcFileSystem* fs = &nc->fileSystem();
     NcFaults* faults = &nc->faults();
-    p->watcher->setFuture(QtConcurrent::run([result, fs, faults, path] {
+    p->watcher->setFuture(QtConcurrent::run(nc->backgroundPool(), [result, fs, faults, path] {
         QVector<NodeInfo> nodes;
         long code = faults->apply(QStringLiteral("list-async"), path);
         if (code == 0)

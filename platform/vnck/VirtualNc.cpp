@@ -100,6 +100,7 @@ public:
 
     VirtualNc* q;
     QString dir;
+    QThreadPool background;
     MachineConfig cfg;
     NcFaults faults;
     std::unique_ptr<NcFileSystem> fs;
@@ -601,10 +602,19 @@ VirtualNc::VirtualNc(QObject* parent) : QObject(parent), d(new VirtualNcPrivate(
 
 VirtualNc::~VirtualNc()
 {
+    {
+        QMutexLocker lock(&g_currentMutex);
+        if (g_current == this)
+            g_current = nullptr;
+    }
+    // A listing still running reads the file system and faults of this NC.
+    d->background.waitForDone();
     saveState();
-    QMutexLocker lock(&g_currentMutex);
-    if (g_current == this)
-        g_current = nullptr;
+}
+
+QThreadPool* VirtualNc::backgroundPool() const
+{
+    return &d->background;
 }
 
 namespace {

@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QList>
 #include <QObject>
+#include <QThreadPool>
 #include <QScopedPointer>
 #include <QString>
 #include <QStringList>
@@ -148,6 +149,9 @@ public:
 
     NcFaults& faults() const;
     NcFileSystem& fileSystem() const;
+    // Work that touches the NC off the host's thread (asynchronous folder
+    // listings) runs here, so that closing the NC can wait for it first.
+    QThreadPool* backgroundPool() const;
 
 signals:
     // Some variable changed; subscriptions re-evaluate.
