@@ -17,6 +17,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <sstream>
 
@@ -58,10 +59,6 @@ bool ReadFile(const std::string& path, std::string& content)
     return true;
 }
 
-void Complain(const std::string& text)
-{
-    std::fprintf(stderr, "ZynNetServer: %s\n", text.c_str());
-}
 
 std::string ListenAddress(const std::string& ip, unsigned short port)
 {
@@ -213,6 +210,20 @@ bool NetServer::Start(const std::string& ip, unsigned short port)
     }
     m_housekeeper = std::thread(&NetServer::Housekeep, this);
     return true;
+}
+
+void NetServer::Complain(const std::string& text) const
+{
+    // The plug-in only learns that the start failed; the reason goes where
+    // an operator looks: the HMI's error output and a file of our own.
+    std::fprintf(stderr, "ZynNetServer: %s\n", text.c_str());
+    std::ofstream log(m_applDir + "/zyn/ZynNetServer.log", std::ios::app);
+    if (log) {
+        const std::time_t now = std::time(nullptr);
+        char stamp[32] = {};
+        std::strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", std::localtime(&now));
+        log << stamp << " " << text << "\n";
+    }
 }
 
 void NetServer::Housekeep()

@@ -63,6 +63,7 @@ public:
 
 private:
     void Housekeep();
+    void Complain(const std::string& text) const;
 
     std::string m_applDir;
     std::string m_journalDir;

@@ -949,6 +949,8 @@ void TestNetServer::tlsComesFromTheConfigurationFile()
     WriteFile(conf, "tls = on\ntls_certificate = " + d + "/server.pem\n");
     std::string error;
     QVERIFY(!m_lib.CreateAndStart(m_table, AppDir(), error));
+    QVERIFY(ReadAll(AppDir() + "/zyn/ZynNetServer.log").find("tls needs tls_certificate and tls_private_key")
+            != std::string::npos);
     WriteFile(conf, "tls = on\ntls_certificate = " + d + "/server.pem\ntls_private_key = " + d
                         + "/server.key\ntls_client_ca = " + d + "/ca.pem\ntls_client_auth = require\n");
     QVERIFY2(m_lib.CreateAndStart(m_table, AppDir(), error), error.c_str());
