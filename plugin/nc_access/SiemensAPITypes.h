@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 
 // Records of the NC vocabulary shared by the NC access layer, the
@@ -26,4 +27,27 @@ struct tagAxisInfo
     tagAxisType type = AXIS_UNKNOWN;
     QString name;
     double value = 0.0;
+};
+
+// What the measurement application is told about the machine it stands on;
+// read once at start and printed as the machine configuration document.
+struct tagMachDef
+{
+    QString model;     // control name, empty for a control we do not know
+    QString cncType;   // "Turning", "Milling", "Grinding" or empty
+    QString version;   // software version of the HMI
+    bool isMetric = true;
+    QList<tagAxisInfo> axes; // every axis of the channel, positions 0.0
+};
+
+// One point and direction of the rotary table ("base" or "part").
+struct tagRotabCenter
+{
+    QString name;
+    double x = 0.0;
+    double y = 0.0;
+    double z = 0.0;
+    double i = 0.0;
+    double j = 0.0;
+    double k = 0.0;
 };
