@@ -1,5 +1,7 @@
 #include "JournalStore.h"
 
+#include "Utf8Text.h"
+
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -70,7 +72,8 @@ bool JournalStore::IsPending(const std::string& path) const
 std::string JournalStore::Acknowledge(const std::string& name)
 {
     for (auto it = m_pending.begin(); it != m_pending.end(); ++it) {
-        if (BaseName(*it) != name)
+        // Clients know the name as it went out, repaired to UTF-8.
+        if (Utf8Text::Repair(BaseName(*it)) != name)
             continue;
         const std::string path = *it;
         m_pending.erase(it);
@@ -78,7 +81,7 @@ std::string JournalStore::Acknowledge(const std::string& name)
         if (folder == m_folder) {
             const std::string done = m_folder + "/acknowledged";
             mkdir(done.c_str(), 0755);
-            std::rename(path.c_str(), (done + "/" + name).c_str());
+            std::rename(path.c_str(), (done + "/" + BaseName(path)).c_str());
         }
         return path;
     }

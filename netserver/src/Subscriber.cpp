@@ -4,6 +4,7 @@
 #include "NetServer.h"
 #include "NotificationService.h"
 #include "PeerTracker.h"
+#include "Utf8Text.h"
 #include "ZynNetServer.h"
 
 #include <sys/stat.h>
@@ -73,7 +74,8 @@ bool Subscriber::NextFileChunk(Item& item)
     }
     FileChunk* chunk = item.topic == kJournals ? m_current.mutable_journal()
                                                 : m_current.mutable_log_file();
-    chunk->set_name(JournalStore::BaseName(item.path));
+    // A name that is not UTF-8 would make the client drop the whole stream.
+    chunk->set_name(Utf8Text::Repair(JournalStore::BaseName(item.path)));
     chunk->set_size(m_fileSize);
     chunk->set_offset(m_fileOffset);
     std::string* data = chunk->mutable_data();

@@ -669,6 +669,21 @@ void TestNetServer::journalsComeBackUntilAcknowledged()
         QCOMPARE(second.CountJournalStarts("Telmor20261122010203.cna"), 1);
     }
     QVERIFY(!m_lib.notifyJournal((m_lib.journalDir + "/missing.cna").c_str()));
+
+    // A name in the local 8-bit encoding reaches the client as UTF-8, and
+    // that name is what the client acknowledges.
+    const std::string latin = m_lib.journalDir + "/Telmor\xE4.cna";
+    WriteFile(latin, "x");
+    QVERIFY(m_lib.notifyJournal(latin.c_str()));
+    const std::string shown = "Telmor\xEF\xBF\xBD.cna";
+    QVERIFY(second.WaitFor([&] { second.File(shown, true, complete); return complete; }));
+    grpc::ClientContext ctx;
+    AcknowledgeJournalRequest ack;
+    ack.set_name(shown);
+    AcknowledgeJournalReply known;
+    QVERIFY(again.notifications->AcknowledgeJournal(&ctx, ack, &known).ok());
+    QVERIFY(known.known());
+    QVERIFY(Exists(m_lib.journalDir + "/acknowledged/Telmor\xE4.cna"));
 }
 
 void TestNetServer::notificationsAndLogFilesReachSubscribers()
