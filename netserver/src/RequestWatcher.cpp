@@ -1,5 +1,7 @@
 #include "RequestWatcher.h"
 
+#include "Utf8Text.h"
+
 #include <fstream>
 #include <iterator>
 #include <sys/stat.h>
@@ -75,14 +77,14 @@ bool RequestWatcher::Settle(Pending& pending)
             content.resize(m_maxAnswerBytes);
             in.read(&content[0], std::streamsize(content.size()));
             content.resize(std::size_t(in.gcount()));
-            reply.set_answer_name(pending.answerName);
+            reply.set_answer_name(Utf8Text::Repair(pending.answerName));
             reply.set_answer(content);
             in.close();
             // The answer has reached the client; the plug-in may drop it.
             m_sink(pending.peer, pending.reqName, answerPath);
         } else {
             reply.set_err_info("The request was carried out but left no answer file "
-                               + pending.answerName);
+                               + Utf8Text::Repair(pending.answerName));
         }
     }
     return pending.completion->Done(grpc::Status::OK, std::move(reply));
