@@ -1,7 +1,10 @@
 #pragma once
 
 #include <QList>
+#include <QMetaType>
 #include <QString>
+#include <QVariant>
+#include <QVector>
 
 // Records of the NC vocabulary shared by the NC access layer, the
 // configuration and the screens.
@@ -51,3 +54,17 @@ struct tagRotabCenter
     double j = 0.0;
     double k = 0.0;
 };
+
+// One subscribed variable in one notification of a hotlink.
+struct HotlinkResult
+{
+    QString varName;          // as subscribed, not as the service names it
+    unsigned int errCode = 0; // SlCapErrorEnum of this variable, 0 when good
+    bool flag = false;        // this notification carries a value for it
+    QVariant value;
+};
+
+typedef HotlinkResult HotlinkResultType;
+
+Q_DECLARE_METATYPE(HotlinkResultType)
+Q_DECLARE_METATYPE(QVector<HotlinkResultType>)
