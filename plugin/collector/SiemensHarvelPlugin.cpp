@@ -1,0 +1,28 @@
+#include "SiemensHarvelPlugin.h"
+
+#include "SiemensHarvel.h"
+#include "SlGfwDialogCreatorV2.h"
+
+namespace {
+const char kVersionInfo[] = "@(#) $program_version_id:\n01.01.00.00\n";
+} // namespace
+
+const char* SL_MODULE::SL_VER_VERSION_INFO = kVersionInfo;
+
+SiemensHarvelPlugin::SiemensHarvelPlugin() : SlGfwPluginByMakroBaseV2(QString())
+{
+    // The order is the HMI's order of lookup: the component first, then the
+    // forms (report, test, log, log export, settings, sphere centre, file
+    // browser, UGUD, work offset axes map, message, interactive message).
+    registerCreator(new SlGfwDialogCreatorV2<SiemensHarvel>(QStringLiteral("SiemensHarvel")));
+}
+
+extern "C" Q_DECL_EXPORT SlGfwPlugin* sl_gfw_instantiate_plugin()
+{
+    return new SiemensHarvelPlugin;
+}
+
+extern "C" Q_DECL_EXPORT const char* slVerGetVersion()
+{
+    return kVersionInfo;
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "SiemensAPITypes.h"
+
+#include <QList>
+#include <QString>
+
+class CSiemensAPI;
+class SiemensHarvel;
+
+// The object behind the net requests: it owns the NC access and everything
+// that watches the NC, holds the machine definition read at start, and has
+// one Process... operation per kind of request. Each of them returns false
+// with the words for the client and the log in errInfo, and leaves errInfo
+// alone on success.
+class CSiemensNC
+{
+public:
+    CSiemensNC(const QString& applDir, SiemensHarvel* owner);
+    virtual ~CSiemensNC();
+
+    int Initialize();
+
+    bool ProcessReadRVar(int index, int count, QList<double>& values, QString& errInfo);
+    bool ProcessWriteRVar(int index, int count, const QList<double>& values, QString& errInfo);
+    bool ProcessGetSkipPosition(double& x, double& y, double& z, double& a, double& b, double& c,
+                                QString& errInfo);
+    // program is a complete path; a bare name has been resolved by the caller.
+    bool ProcessSelectProgram(const QString& program, QString& errInfo);
+    bool ProcessGetMachineConfiguration(QString& fileContent, QString& errInfo);
+    bool ProcessGetCalibrationResult(QString& fileContent, QString& errInfo);
+
+    int SetTmrFileVar(int value);
+    int SetFindSphereInputs(double sphereRadius, double probeRadius, int workOffset);
+    void ReceivedReqFile(const QString& reqFile);
+    void SetReportFormStatusBarText(const QString& text);
+
+    QString VersionFile() const { return m_versionFile; }
+
+private:
+    SiemensHarvel* m_pOwner = nullptr;
+    CSiemensAPI* m_pAPI = nullptr;
+    tagMachDef m_machDef;
+    QString m_versionFile;
+};
