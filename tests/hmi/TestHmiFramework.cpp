@@ -478,7 +478,7 @@ void TestHmiFramework::productAreaConfigurationReads()
 {
     SlGfwAreaConfig cfg;
     QString error;
-    QVERIFY2(cfg.load(qEnvironmentVariable("HARVEL_SOURCE_DIR") + QStringLiteral("/hmi/examples/SiemensHarvel.ini"), error),
+    QVERIFY2(cfg.load(qEnvironmentVariable("HARVEL_SOURCE_DIR") + QStringLiteral("/plugin/SiemensHarvel.ini"), error),
              qPrintable(error));
     QCOMPARE(cfg.dialogClass(), QStringLiteral("SiemensHarvel"));
     QCOMPARE(cfg.startScreen(), QStringLiteral("screenLog"));
