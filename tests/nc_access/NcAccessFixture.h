@@ -1,0 +1,81 @@
+#pragma once
+
+#include "Logger.h"
+#include "NcFaults.h"
+#include "VirtualNc.h"
+
+#include <QFile>
+#include <QScopedPointer>
+#include <QTemporaryDir>
+#include <QtTest>
+
+// A machine folder of its own, opened as the process's NC, so that the NC
+// access classes run against it exactly as in the HMI.
+struct NcMachine
+{
+    QTemporaryDir tmp;
+    QScopedPointer<VirtualNc> nc;
+
+    explicit NcMachine(VirtualNc::Variant variant = VirtualNc::Variant::Commissioned)
+    {
+        QString error;
+        nc.reset(VirtualNc::open(dir(), error, variant));
+        if (!nc)
+            qWarning("cannot open machine: %s", qPrintable(error));
+    }
+    QString dir() const { return tmp.path() + QStringLiteral("/machine"); }
+    QString path(const QString& rel) const { return dir() + QLatin1Char('/') + rel; }
+
+    QVariant get(const QString& address) const
+    {
+        QVariant value;
+        nc->read(address, value);
+        return value;
+    }
+    bool set(const QString& address, const QString& text) const { return nc->set(address, text) == SL_CAP_OK; }
+    // Makes op on subjects matching pattern fail with code, times times (-1 for ever).
+    void fail(const QString& op, const QString& pattern, unsigned int code, int times = -1) const
+    {
+        nc->faults().add({op, pattern, long(int(code)), 0, times});
+    }
+
+    static bool writeFile(const QString& path, const QByteArray& data)
+    {
+        QFile f(path);
+        return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
+    }
+};
+
+// The log of the whole test run, for the failures that are only logged.
+struct TestLog
+{
+    QTemporaryDir tmp;
+    QString file() const { return tmp.path() + QStringLiteral("/logs/SiemensHarvel.log"); }
+    void start() { CLogger::Initialize(file(), 20); }
+    static void stop() { CLogger::UnInitialize(); }
+    QString text() const
+    {
+        QFile f(file());
+        return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
+    }
+    // The worker writes in its own time; wait until the line is there.
+    bool has(const QString& line) const
+    {
+        for (int i = 0; i < 3000; ++i) {
+            if (text().contains(line))
+                return true;
+            QTest::qWait(10);
+        }
+        return false;
+    }
+    // Everything logged before this call is in the file when it returns true,
+    // so that a line can be shown to be missing.
+    bool flushed()
+    {
+        const QString marker = QStringLiteral("flush marker %1").arg(++m_markers);
+        CLogger::Info(marker, true);
+        return has(marker);
+    }
+    int count(const QString& line) const { return text().count(line); }
+    int m_markers = 0;
+};
