@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds everything and starts the virtual machine: harvel-hmi with the
 # plug-in installed into a demo machine folder (demo/machine by default,
-# HARVEL_MACHINE to choose another). Extra arguments go to harvel-hmi.
+# HARVEL_MACHINE to choose another), its net server enabled on
+# 127.0.0.1:8510. Extra arguments go to harvel-hmi.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 bash "$root/scripts/build.sh"
@@ -15,7 +16,7 @@ if [ ! -x "$hmi" ]; then
 fi
 
 if [ -x "$root/scripts/install.sh" ]; then
-    bash "$root/scripts/install.sh" "$machine"
+    bash "$root/scripts/install.sh" --net-server 127.0.0.1:8510 "$machine"
 fi
 extra=()
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
