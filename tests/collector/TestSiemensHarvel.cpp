@@ -1,0 +1,225 @@
+// The component installed into a machine folder and started by the
+// operator interface, as the HMI starts it on the NCU: its start, its
+// states and its registration, seen from the outside.
+#include "HmiFramework.h"
+#include "HmiHost.h"
+#include "SlGfwDialogFormFactory.h"
+#include "SlGfwGuiComponentFactory.h"
+#include "SlGfwHmiDialog.h"
+#include "SlGfwPluginByMakroBaseV2.h"
+#include "VirtualNc.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLibrary>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <cstdlib>
+
+namespace {
+const QString kTitle = QStringLiteral("SiemensHarvel (Build 20260528) for NCU");
+
+QString quoted(const QString& text)
+{
+    return QLatin1Char('\'') + text + QLatin1Char('\'');
+}
+} // namespace
+
+class TestSiemensHarvel : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void startsWithBannerAndConfiguration();
+    void withoutConfigurationOnlyTheLogAndTheAreaStart();
+    void registersTheComponentWithTheHmi();
+
+private:
+    bool install();
+    QString applDir() const { return m_machine->path() + QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/appl"); }
+    QString cfgFile() const { return m_machine->path() + QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI"); }
+    QString log() const;
+    SlGfwHmiDialog* component() const;
+    int callInt(const char* method, QGenericArgument a, QGenericArgument b = QGenericArgument(),
+                QGenericArgument c = QGenericArgument());
+
+    QScopedPointer<QTemporaryDir> m_machine;
+    QScopedPointer<HmiHost> m_host;
+};
+
+void TestSiemensHarvel::init()
+{
+    m_machine.reset(new QTemporaryDir);
+    QVERIFY(m_machine->isValid());
+    m_host.reset(new HmiHost);
+}
+
+void TestSiemensHarvel::cleanup()
+{
+    m_host->shutdown();
+    m_host.reset();
+    m_machine.reset();
+}
+
+bool TestSiemensHarvel::install()
+{
+    const QString command = QStringLiteral("HARVEL_BUILD_DIR=%1 bash %2 %3 >/dev/null")
+                                .arg(quoted(qEnvironmentVariable("HARVEL_BINARY_DIR")),
+                                     quoted(QStringLiteral(HARVEL_INSTALL_SCRIPT)), quoted(m_machine->path()));
+    return std::system(command.toLocal8Bit().constData()) == 0;
+}
+
+QString TestSiemensHarvel::log() const
+{
+    QFile file(applDir() + QStringLiteral("/logs/SiemensHarvel.log"));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+SlGfwHmiDialog* TestSiemensHarvel::component() const
+{
+    HmiFramework* framework = m_host->framework();
+    const int index = framework ? framework->indexOfArea(QStringLiteral("Norvane")) : -1;
+    return index < 0 ? nullptr : framework->area(index).dialog.data();
+}
+
+// The test holds no copy of the plug-in's code, so it reaches the
+// component's operations by name, as any other host could.
+int TestSiemensHarvel::callInt(const char* method, QGenericArgument a, QGenericArgument b, QGenericArgument c)
+{
+    int result = 12345;
+    if (!QMetaObject::invokeMethod(component(), method, Qt::DirectConnection, Q_RETURN_ARG(int, result), a, b, c))
+        return 54321;
+    return result;
+}
+
+void TestSiemensHarvel::startsWithBannerAndConfiguration()
+{
+    QVERIFY(install());
+    const QStringList problems = m_host->start(m_machine->path());
+    QVERIFY2(problems.isEmpty(), qPrintable(problems.join(QLatin1Char('\n'))));
+
+    const CtlResult areas = m_host->command({QStringLiteral("hmi"), QStringLiteral("areas")});
+    QVERIFY2(areas.out.contains(QLatin1String("Norvane")), qPrintable(areas.out));
+    QVERIFY(component());
+    QCOMPARE(component()->metaObject()->className(), "SiemensHarvel");
+
+    const QString libFile = QFileInfo(applDir() + QStringLiteral("/libsiemensharvel.so")).canonicalFilePath();
+    const QString realAppl = QFileInfo(applDir()).canonicalFilePath();
+    const QString realCfg = QFileInfo(cfgFile()).canonicalFilePath();
+    const QStringList expected{
+        QString(76, QLatin1Char('=')) + QLatin1Char('\n'),
+        QStringLiteral("Starting ") + kTitle,
+        QStringLiteral(", LibFile = %1, ApplDir = %2, CfgFile = %3\n").arg(libFile, realAppl, realCfg),
+        QStringLiteral("Target Path = //127.0.0.1/telmor\n"),
+        QStringLiteral("TMR Program Folder = //NC/WKS.DIR/TELMOR.WPD\n"),
+        QStringLiteral("TMR Macro Folder = //NC/SPF.DIR\n"),
+        QStringLiteral("TMR Result File = //NC/WKS.DIR/TELMOR.WPD/RESULT.MPF\n"),
+        QStringLiteral("Work Offset Type = FINE\n"),
+        QStringLiteral("Work Offset Axes Map = 0-0-0-0-0-0\n"),
+        QStringLiteral("ZYN Net Server Enable = 0\n"),
+        QStringLiteral("ZYN Net Server IP = 0.0.0.0\n"),
+        QStringLiteral("ZYN Net Server Port = 8510\n")};
+    // The logger's worker writes in passes; wait for the last line.
+    QTRY_VERIFY_WITH_TIMEOUT(log().contains(expected.last()), 20000);
+    const QString text = log();
+    QVERIFY(text.startsWith(expected.first()));
+    int at = 0;
+    for (const QString& part : expected) {
+        const int found = text.indexOf(part, at);
+        QVERIFY2(found >= 0, qPrintable(QStringLiteral("missing in order: %1\n%2").arg(part, text)));
+        at = found + part.size();
+    }
+    QVERIFY(!text.contains(QLatin1String("Cannot start")));
+
+    // Running: the screens' operations reach the NC.
+    QCOMPARE(callInt("SetTmrFileVar", Q_ARG(int, 1)), 0);
+    QCOMPARE(m_host->nc()->control({QStringLiteral("get"), QStringLiteral("/NC/_N_NC_GD3_ACX/TMR_FILE")}).out.trimmed(),
+             QStringLiteral("1"));
+    QCOMPARE(callInt("SetFindSphereInputs", Q_ARG(double, 12.5), Q_ARG(double, 3), Q_ARG(int, 1)), 0);
+    QCOMPARE(m_host->nc()->control({QStringLiteral("get"), QStringLiteral("/NC/_N_NC_GD3_ACX/TMR_FINDSPHERE[1,3]")})
+                 .out.trimmed(),
+             QStringLiteral("12.5\n3\n1"));
+
+    // The area is the operator's to enter.
+    const CtlResult area = m_host->command({QStringLiteral("hmi"), QStringLiteral("area"), QStringLiteral("Norvane")});
+    QVERIFY2(area.code == 0, qPrintable(area.err));
+}
+
+void TestSiemensHarvel::withoutConfigurationOnlyTheLogAndTheAreaStart()
+{
+    QVERIFY(install());
+    QVERIFY(QFile::remove(cfgFile()));
+    const QStringList problems = m_host->start(m_machine->path());
+    QVERIFY2(problems.isEmpty(), qPrintable(problems.join(QLatin1Char('\n'))));
+    QVERIFY(component());
+
+    QTRY_VERIFY_WITH_TIMEOUT(log().contains(QStringLiteral("Cannot start ") + kTitle), 20000);
+    const QString text = log();
+    const QString realCfg = QFileInfo(QFileInfo(cfgFile()).path()).canonicalFilePath() + QStringLiteral("/TMRNC.INI");
+    QVERIFY2(text.contains(QStringLiteral("The ini file %1 does not exist").arg(realCfg)), qPrintable(text));
+    QVERIFY(!text.contains(QLatin1String("Target Path = ")));
+
+    // No NC service: what the screens call is refused, and the NC untouched.
+    QCOMPARE(callInt("SetTmrFileVar", Q_ARG(int, 1)), -100);
+    QCOMPARE(callInt("SetFindSphereInputs", Q_ARG(double, 12.5), Q_ARG(double, 3), Q_ARG(int, 1)), -100);
+    QCOMPARE(m_host->nc()->control({QStringLiteral("get"), QStringLiteral("/NC/_N_NC_GD3_ACX/TMR_FILE")}).out.trimmed(),
+             QStringLiteral("0"));
+
+    const CtlResult area = m_host->command({QStringLiteral("hmi"), QStringLiteral("area"), QStringLiteral("Norvane")});
+    QVERIFY2(area.code == 0, qPrintable(area.err));
+}
+
+void TestSiemensHarvel::registersTheComponentWithTheHmi()
+{
+    QVERIFY(install());
+    QLibrary library(applDir() + QStringLiteral("/libsiemensharvel.so"));
+    QVERIFY2(library.load(), qPrintable(library.errorString()));
+
+    auto version = reinterpret_cast<SlVerGetVersionFn>(library.resolve("slVerGetVersion"));
+    QVERIFY(version);
+    QCOMPARE(version(), "@(#) $program_version_id:\n01.01.00.00\n");
+    auto info = reinterpret_cast<const char* const*>(library.resolve("_ZN9SL_MODULE19SL_VER_VERSION_INFOE"));
+    QVERIFY(info);
+    QCOMPARE(*info, version());
+
+    auto instantiate = reinterpret_cast<SlGfwInstantiatePluginFn>(library.resolve("sl_gfw_instantiate_plugin"));
+    QVERIFY(instantiate);
+    QScopedPointer<SlGfwPlugin> plugin(instantiate());
+    QVERIFY(plugin);
+    QVERIFY(plugin->pluginName().isEmpty());
+
+    const QList<QUuid> ids{SL_GFW_IID_PLUGIN(),          SL_GFW_IID_GUI_COMPONENT_FACTORY(),
+                           SL_GFW_IID_DIALOG_FORM_FACTORY(), SL_GFW_IID_PANEL_FORM_FACTORY(),
+                           SL_GFW_IID_SCREEN_FACTORY(),  SL_GFW_IID_SOFTKEY_FACTORY(),
+                           SL_GFW_IID_DIALOG_BAR_FACTORY(), SL_GFW_IID_FUNCTION_BLOCK_FACTORY()};
+    for (const QUuid& id : ids) {
+        void* iface = reinterpret_cast<void*>(1);
+        QCOMPARE(plugin->queryInterface(id, &iface), 0L);
+        QVERIFY2(iface, qPrintable(id.toString()));
+    }
+    void* iface = reinterpret_cast<void*>(1);
+    QCOMPARE(plugin->queryInterface(QUuid::createUuid(), &iface), static_cast<long>(0x80000003L));
+    QVERIFY(!iface);
+    QCOMPARE(plugin->queryInterface(SL_GFW_IID_PLUGIN(), nullptr), -1L);
+
+    QVERIFY(plugin->queryInterface(SL_GFW_IID_PLUGIN(), &iface) == 0);
+    auto* registry = dynamic_cast<SlGfwPluginByMakroBaseV2*>(static_cast<SlGfwPlugin*>(iface));
+    QVERIFY(registry);
+    QCOMPARE(registry->metaType(QStringLiteral("SiemensHarvel")), 2);
+    QCOMPARE(registry->metaType(QStringLiteral("NoSuchClass")), 0);
+    QCOMPARE(registry->guiComponentClasses(), QStringList{QStringLiteral("SiemensHarvel")});
+    QVERIFY(!registry->createDialogForm(QStringLiteral("NoSuchForm"), nullptr, QStringLiteral("formX")));
+    QVERIFY(registry->registeredObjects().isEmpty());
+    for (const QStringList& none : {registry->panelFormClasses(), registry->screenClasses(),
+                                    registry->softkeyClasses(), registry->dialogBarClasses(),
+                                    registry->functionBlockClasses()})
+        QVERIFY(none.isEmpty());
+}
+
+QTEST_MAIN(TestSiemensHarvel)
+#include "TestSiemensHarvel.moc"
