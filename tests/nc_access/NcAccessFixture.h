@@ -4,7 +4,9 @@
 #include "NcFaults.h"
 #include "VirtualNc.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QScopedPointer>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -32,7 +34,14 @@ struct NcMachine
         nc->read(address, value);
         return value;
     }
-    bool set(const QString& address, const QString& text) const { return nc->set(address, text) == SL_CAP_OK; }
+    bool set(const QString& address, const QString& text) const
+    {
+        QString why;
+        if (nc->set(address, text, &why) == SL_CAP_OK)
+            return true;
+        qWarning("nc set %s: %s", qPrintable(address), qPrintable(why));
+        return false;
+    }
     // Makes op on subjects matching pattern fail with code, times times (-1 for ever).
     void fail(const QString& op, const QString& pattern, unsigned int code, int times = -1) const
     {
@@ -41,6 +50,7 @@ struct NcMachine
 
     static bool writeFile(const QString& path, const QByteArray& data)
     {
+        QDir().mkpath(QFileInfo(path).absolutePath());
         QFile f(path);
         return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
     }
