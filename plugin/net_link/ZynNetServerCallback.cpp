@@ -1,0 +1,252 @@
+#include "ZynNetServerCallback.h"
+
+#include "Logger.h"
+#include "MiscUtility.h"
+#include "ZynNetClientCollect.h"
+#include "ZynNetServer.h"
+
+#include <QFile>
+
+CZynNetServerCallback CZynNetServerCallback::m_instance;
+
+namespace {
+// Peers and the library's method names are plain ASCII.
+QString FromAscii(const char* text)
+{
+    return QString::fromLatin1(text);
+}
+
+// Names of files the library made itself, in its own folders: decoded as
+// QFile encodes, so that the name finds the same file again whatever bytes
+// a client chose for it.
+QString FromFileSystem(const char* path)
+{
+    return path ? QFile::decodeName(path) : QString();
+}
+} // namespace
+
+bool CZynNetServerCallback::UploadFileCallback(const char* peer, int fileType, const char* filePath,
+                                               char* errInfo, unsigned int errSize)
+{
+    bool isOK = false;
+    QString errText;
+    emit m_instance.signalUploadFile(FromAscii(peer), fileType, QString::fromUtf8(filePath), isOK, errText);
+    CMiscUtility::QStr2CharArray(errText, errInfo, errSize);
+    return isOK;
+}
+
+void CZynNetServerCallback::GetJournalsCallback(const char* peer, const char* resultFile, bool succeeded)
+{
+    if (succeeded)
+        CLogger::Info(QStringLiteral("Send result file succeeded. Peer=%1, ResultFile=%2")
+                          .arg(FromAscii(peer), FromFileSystem(resultFile)),
+                      true);
+    else
+        CLogger::Error(QStringLiteral("Send result file failed. Peer=%1, ResultFile=%2")
+                           .arg(FromAscii(peer), FromFileSystem(resultFile)),
+                       true);
+}
+
+bool CZynNetServerCallback::RequestInteractiveCallback(const char* peer, const char* reqFile,
+                                                       const char* receivedFile, char* errInfo,
+                                                       unsigned int errSize)
+{
+    // Only the last suffix goes, and the file stays in its folder: the
+    // request processor must hear of the file under its final name only, so
+    // the rename comes before the announcement.
+    const QString received = FromFileSystem(receivedFile);
+    const QString reqPath = CMiscUtility::GetFilePath(received) + CMiscUtility::GetFileNameNoSuffix(received, '.')
+                            + QStringLiteral(".req");
+    const bool renamed = CMiscUtility::RenameFile(received, reqPath, true);
+    const QString errText = renamed ? QString() : QStringLiteral("Cannot rename file");
+    CMiscUtility::QStr2CharArray(errText, errInfo, errSize);
+
+    if (renamed) {
+        CLogger::Info(QStringLiteral("Receive req file succeeded. Peer=%1, ReqFile=%2")
+                          .arg(FromAscii(peer), FromFileSystem(reqFile)),
+                      true);
+        emit m_instance.signalReceivedReqFile(reqPath);
+    } else {
+        CLogger::Error(QStringLiteral("Receive req file failed. Peer=%1, ReqFile=%2, ErrInfo=%3")
+                           .arg(FromAscii(peer), FromFileSystem(reqFile), errText),
+                       true);
+    }
+    return renamed;
+}
+
+bool CZynNetServerCallback::GetInteractiveResultCallback(const char* peer, const char* reqFile, bool keep,
+                                                         const char* resultFile, char* errInfo,
+                                                         unsigned int errSize)
+{
+    // What keep means is the library's affair; the plug-in only removes an
+    // answer when told to.
+    const bool result = keep ? true : CMiscUtility::RemoveFile(FromFileSystem(resultFile));
+    CMiscUtility::QStr2CharArray(QString(), errInfo, errSize);
+    return result;
+}
+
+bool CZynNetServerCallback::SelectProgramCallback(const char* peer, const char* prgFileName, char* errInfo,
+                                                  unsigned int errSize)
+{
+    bool isOK = false;
+    QString errText;
+    emit m_instance.signalSelectProgram(FromAscii(peer), QString::fromUtf8(prgFileName), isOK, errText);
+    CMiscUtility::QStr2CharArray(errText, errInfo, errSize);
+    return isOK;
+}
+
+bool CZynNetServerCallback::ReadRVarCallback(const char* peer, int index, int count, double* values,
+                                             char* errInfo, unsigned int errSize)
+{
+    bool isOK = false;
+    QString errText;
+    QList<double> list;
+    emit m_instance.signalReadRVar(FromAscii(peer), index, count, list, isOK, errText);
+    CMiscUtility::QStr2CharArray(errText, errInfo, errSize);
+    // The library's buffer holds exactly count doubles; an answer of any
+    // other length is not written, so that it can never overrun.
+    if (isOK && values && count >= 1 && list.size() == count) {
+        for (int i = 0; i < count; ++i)
+            values[i] = list.at(i);
+    }
+    return isOK;
+}
+
+bool CZynNetServerCallback::WriteRVarCallback(const char* peer, int index, int count, const double* values,
+                                              char* errInfo, unsigned int errSize)
+{
+    bool isOK = false;
+    QString errText;
+    // Without values the list stays empty and the service refuses it, which
+    // answers the client better than a refusal here would.
+    QList<double> list;
+    if (values && count >= 1) {
+        list.reserve(count);
+        for (int i = 0; i < count; ++i)
+            list.append(values[i]);
+    }
+    emit m_instance.signalWriteRVar(FromAscii(peer), index, count, list, isOK, errText);
+    CMiscUtility::QStr2CharArray(errText, errInfo, errSize);
+    return isOK;
+}
+
+bool CZynNetServerCallback::SendMsgCallback(const char* peer, unsigned long long id, int type, int style,
+                                            const char* messageText, const char* inputName, int* clickedButton,
+                                            char* inputValue, unsigned int inputValueSize, char* errInfo,
+                                            unsigned int errSize)
+{
+    bool isOK = false;
+    QString errText;
+    int button = 0;
+    QString input;
+    // Returns when the operator has answered, however long that takes.
+    emit m_instance.signalSendMsg(FromAscii(peer), id, type, style, QString::fromUtf8(messageText),
+                                  QString::fromUtf8(inputName), button, input, isOK, errText);
+    if (clickedButton)
+        *clickedButton = button;
+    CMiscUtility::QStr2CharArray(input, inputValue, inputValueSize);
+    CMiscUtility::QStr2CharArray(errText, errInfo, errSize);
+    return isOK;
+}
+
+bool CZynNetServerCallback::ClientActionCallback(const char* peer, const char* callMethodName, int actionType)
+{
+    const QString peerText = FromAscii(peer);
+    const QString method = FromAscii(callMethodName);
+    if (actionType == ZYN_CLIENT_DISCONNECTED)
+        CLogger::Info(QStringLiteral("ZYN Net client disconnected. Peer=%1").arg(peerText), true);
+    else if (actionType == ZYN_CLIENT_CONNECTED)
+        CLogger::Info(QStringLiteral("ZYN Net client connected. Peer=%1, Method=%2").arg(peerText, method), true);
+
+    // Only 1 is a departure; any other value counts as an arrival.
+    CZynNetClientCollect::AddOrUpdateClient(peerText, method, actionType == ZYN_CLIENT_DISCONNECTED);
+    emit m_instance.signalClientAction(peerText, method, actionType);
+    return true;
+}
+
+bool CZynNetServerCallback::GetLogFilesCallback(const char* peer, const char* logFileName, int sendState)
+{
+    emit m_instance.signalGetLogFiles(FromAscii(peer), FromFileSystem(logFileName), sendState);
+    return true;
+}
+
+bool CZynNetServerCallback::GetMachineConfigurationCallback(const char* peer, char* fileContent,
+                                                            unsigned int fileContentSize, char* errInfo,
+                                                            unsigned int errSize)
+{
+    bool isOK = false;
+    QString errText;
+    QString content;
+    emit m_instance.signalGetMachineConfiguration(FromAscii(peer), content, isOK, errText);
+    // A document longer than the buffer is cut, and still a success: the
+    // library's size is part of the interface.
+    CMiscUtility::QStr2CharArray(content, fileContent, fileContentSize);
+    CMiscUtility::QStr2CharArray(errText, errInfo, errSize);
+    return isOK;
+}
+
+bool CZynNetServerCallback::CheckFileExistsCallback(const char* peer, const char* fileName, bool* isExists,
+                                                    char* errInfo, unsigned int errSize)
+{
+    bool isOK = false;
+    QString errText;
+    bool exists = false;
+    emit m_instance.signalCheckFileExists(FromAscii(peer), QString::fromUtf8(fileName), exists, isOK, errText);
+    if (isExists)
+        *isExists = exists;
+    CMiscUtility::QStr2CharArray(errText, errInfo, errSize);
+    return isOK;
+}
+
+bool CZynNetServerCallback::DownloadFileCallback(const char* peer, const char* srcFileName, char* dstFileName,
+                                                 unsigned int dstFileNameSize, bool* dstFileNeedRemove,
+                                                 char* errInfo, unsigned int errSize)
+{
+    bool isOK = false;
+    QString errText;
+    QString dstFile;
+    bool needRemove = false;
+    emit m_instance.signalDownloadFile(FromAscii(peer), QString::fromUtf8(srcFileName), dstFile, needRemove, isOK,
+                                       errText);
+    if (dstFileNeedRemove)
+        *dstFileNeedRemove = needRemove;
+    CMiscUtility::QStr2CharArray(dstFile, dstFileName, dstFileNameSize);
+    CMiscUtility::QStr2CharArray(errText, errInfo, errSize);
+    return isOK;
+}
+
+bool CZynNetServerCallback::GetCalibrationResultCallback(const char* peer, char* fileContent,
+                                                         unsigned int fileContentSize, char* errInfo,
+                                                         unsigned int errSize)
+{
+    bool isOK = false;
+    QString errText;
+    QString content;
+    emit m_instance.signalGetCalibrationResult(FromAscii(peer), content, isOK, errText);
+    CMiscUtility::QStr2CharArray(content, fileContent, fileContentSize);
+    CMiscUtility::QStr2CharArray(errText, errInfo, errSize);
+    return isOK;
+}
+
+bool CZynNetServerCallback::GetSkipPositionCallback(const char* peer, double* x, double* y, double* z, double* a,
+                                                    double* b, double* c, char* errInfo, unsigned int errSize)
+{
+    bool isOK = false;
+    QString errText;
+    double px = 0.0, py = 0.0, pz = 0.0, pa = 0.0, pb = 0.0, pc = 0.0;
+    emit m_instance.signalGetSkipPosition(FromAscii(peer), px, py, pz, pa, pb, pc, isOK, errText);
+    if (x)
+        *x = px;
+    if (y)
+        *y = py;
+    if (z)
+        *z = pz;
+    if (a)
+        *a = pa;
+    if (b)
+        *b = pb;
+    if (c)
+        *c = pc;
+    CMiscUtility::QStr2CharArray(errText, errInfo, errSize);
+    return isOK;
+}
