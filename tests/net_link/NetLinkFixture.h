@@ -1,0 +1,104 @@
+#pragma once
+
+// What the net link tests share: an application folder with the net server
+// library installed as on the machine, harvel-client run beside the event
+// loop.
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QtTest>
+
+#include <dlfcn.h>
+
+#include <functional>
+
+namespace NetLinkFixture {
+
+inline QString BinaryDir()
+{
+    return QString::fromLocal8Bit(qgetenv("HARVEL_BINARY_DIR"));
+}
+
+// The library and its generated protocol code, copied as the installation
+// puts them: the library finds the second through $ORIGIN only.
+inline bool InstallNetServer(const QString& applDir, const QString& config = QString())
+{
+    const QString lib = BinaryDir() + QStringLiteral("/lib/");
+    for (const char* name : {"libZynNetServer.so", "libharvel_net_proto.so"}) {
+        const QString target = applDir + QLatin1Char('/') + QLatin1String(name);
+        if (!QFile::exists(target) && !QFile::copy(lib + QLatin1String(name), target))
+            return false;
+    }
+    if (!config.isEmpty()) {
+        QFile conf(applDir + QStringLiteral("/ZynNetServer.conf"));
+        if (!conf.open(QIODevice::WriteOnly | QIODevice::Truncate))
+            return false;
+        conf.write(config.toUtf8());
+    }
+    return true;
+}
+
+// The port a server started on port 0 got. Asked of the library the plug-in
+// has loaded, without loading it a second time.
+inline quint16 ServerPort(const QString& applDir)
+{
+    const QByteArray path = QFile::encodeName(applDir + QStringLiteral("/libZynNetServer.so"));
+    void* handle = dlopen(path.constData(), RTLD_NOW | RTLD_NOLOAD);
+    if (!handle)
+        return 0;
+    quint16 port = 0;
+    if (auto getPort = reinterpret_cast<unsigned short (*)()>(dlsym(handle, "GetServerPort")))
+        port = getPort();
+    dlclose(handle);
+    return port;
+}
+
+// Tries a call with a side effect until it succeeds, serving events in
+// between; unlike QTRY_VERIFY it calls once more only while it fails.
+inline bool RetryUntil(const std::function<bool()>& attempt, int limitMs = 30000)
+{
+    QElapsedTimer waited;
+    waited.start();
+    while (waited.elapsed() < limitMs) {
+        if (attempt())
+            return true;
+        QTest::qWait(20);
+    }
+    return false;
+}
+
+struct ClientRun
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+// Runs harvel-client to its end while this thread serves the blocking
+// callbacks, as the HMI main thread does. The time limit only ends a hang.
+inline ClientRun RunClient(const QString& server, const QStringList& args, int limitMs = 60000)
+{
+    qRegisterMetaType<QProcess::ExitStatus>();
+    QProcess process;
+    QSignalSpy finished(&process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished));
+    process.start(BinaryDir() + QStringLiteral("/bin/harvel-client"),
+                  QStringList{QStringLiteral("--server"), server} + args);
+    ClientRun run;
+    if (!process.waitForStarted(limitMs) || (!finished.count() && !finished.wait(limitMs))) {
+        process.kill();
+        process.waitForFinished();
+        run.err = QStringLiteral("harvel-client did not finish");
+        return run;
+    }
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+
+} // namespace NetLinkFixture
