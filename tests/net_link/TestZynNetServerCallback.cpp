@@ -6,6 +6,7 @@
 #include "LogFile.h"
 #include "NetLinkFixture.h"
 #include "NetReceiver.h"
+#include "ZynNetClientCollect.h"
 #include "ZynNetServerCallback.h"
 #include "ZynNetServerHost.h"
 
@@ -38,6 +39,7 @@ private slots:
     void receivedRequestFileIsRenamedBeforeItIsAnnounced_data();
     void receivedRequestFileIsRenamedBeforeItIsAnnounced();
     void answerFilesAreRemovedOnlyWhenNotKept();
+    void onlyActionOneIsADeparture();
 
 private:
     ClientRun Client(const QStringList& args) { return RunClient(m_server, args); }
@@ -455,6 +457,38 @@ void TestZynNetServerCallback::answerFilesAreRemovedOnlyWhenNotKept()
     });
     QVERIFY(!result);
     QCOMPARE(errInfo[0], '\0');
+}
+
+void TestZynNetServerCallback::onlyActionOneIsADeparture()
+{
+    const char* const peer = "ipv6:[fd00::2]:40001";
+    auto listed = [peer] {
+        for (const tagClientInfo& info : CZynNetClientCollect::GetClientList()) {
+            if (info.peer == QLatin1String(peer))
+                return true;
+        }
+        return false;
+    };
+    m_receiver.clientActions.clear();
+    m_log.SinceMark();
+
+    // An action the library does not name is an arrival, told to nobody.
+    bool result = false;
+    OffMainThread([&] { result = CZynNetServerCallback::ClientActionCallback(peer, "Subscribe", 7); });
+    QVERIFY(result);
+    QVERIFY(listed());
+    QCOMPARE(m_receiver.clientActions, QStringList{QStringLiteral("ipv6:[fd00::2]:40001 Subscribe 7")});
+    QVERIFY(m_log.SinceMark().filter(QLatin1String(peer)).isEmpty());
+
+    OffMainThread([&] { result = CZynNetServerCallback::ClientActionCallback(peer, "Subscribe", 1); });
+    QVERIFY(result);
+    QVERIFY(!listed());
+    const QStringList lines = m_log.SinceMark().filter(QLatin1String(peer));
+    QCOMPARE(lines.size(), 1);
+    QVERIFY2(lines.first().contains(QStringLiteral(" | INF | "))
+                 && lines.first().endsWith(QStringLiteral(" | ZYN Net client disconnected. Peer=ipv6:[fd00::2]:40001")),
+             qPrintable(lines.first()));
+    QCOMPARE(m_receiver.clientActions.size(), 2);
 }
 
 QTEST_GUILESS_MAIN(TestZynNetServerCallback)
