@@ -12,6 +12,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLibrary>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -145,9 +148,19 @@ void TestSiemensHarvel::startsWithBannerAndConfiguration()
                  .out.trimmed(),
              QStringLiteral("12.5\n3\n1"));
 
-    // The area is the operator's to enter.
+    // The area is the operator's to enter. Without a running net server
+    // its key 3 is off, the others stay as configured.
     const CtlResult area = m_host->command({QStringLiteral("hmi"), QStringLiteral("area"), QStringLiteral("Norvane")});
     QVERIFY2(area.code == 0, qPrintable(area.err));
+    const QJsonObject state = QJsonDocument::fromJson(
+        m_host->command({QStringLiteral("hmi"), QStringLiteral("state"), QStringLiteral("--json")}).out.toUtf8()).object();
+    QCOMPARE(state.value(QStringLiteral("area")).toString(), QStringLiteral("Norvane"));
+    QMap<int, bool> enabled;
+    for (const QJsonValue& key : state.value(QStringLiteral("softkeys")).toObject().value(QStringLiteral("myHu")).toArray())
+        enabled.insert(key.toObject().value(QStringLiteral("position")).toInt(),
+                       key.toObject().value(QStringLiteral("enabled")).toBool());
+    QCOMPARE(enabled.keys(), (QList<int>{1, 2, 3, 4, 8}));
+    QCOMPARE(enabled.values(), (QList<bool>{true, true, false, true, true}));
 }
 
 void TestSiemensHarvel::withoutConfigurationOnlyTheLogAndTheAreaStart()
