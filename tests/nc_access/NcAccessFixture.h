@@ -34,20 +34,12 @@ struct NcMachine
         nc->read(address, value);
         return value;
     }
-    bool set(const QString& address, const QString& text) const
-    {
-        QString why;
-        if (nc->set(address, text, &why) == SL_CAP_OK)
-            return true;
-        qWarning("nc set %s: %s", qPrintable(address), qPrintable(why));
-        return false;
-    }
-    // Makes op on subjects matching pattern fail with code, times times (-1 for ever).
+    bool set(const QString& address, const QString& text) const { return nc->set(address, text) == SL_CAP_OK; }
+    // op on subjects matching pattern fails with code, times times (-1: for ever).
     void fail(const QString& op, const QString& pattern, unsigned int code, int times = -1) const
     {
         nc->faults().add({op, pattern, long(int(code)), 0, times});
     }
-
     static bool writeFile(const QString& path, const QByteArray& data)
     {
         QDir().mkpath(QFileInfo(path).absolutePath());
@@ -56,36 +48,32 @@ struct NcMachine
     }
 };
 
-// The log of the whole test run, for the failures that are only logged.
+// The log of a test run, for the failures that are only logged.
 struct TestLog
 {
     QTemporaryDir tmp;
-    QString file() const { return tmp.path() + QStringLiteral("/logs/SiemensHarvel.log"); }
-    void start() { CLogger::Initialize(file(), 20); }
+    int markers = 0;
+
+    void start() { CLogger::Initialize(tmp.path() + QStringLiteral("/logs/SiemensHarvel.log"), 20); }
     static void stop() { CLogger::UnInitialize(); }
     QString text() const
     {
-        QFile f(file());
+        QFile f(tmp.path() + QStringLiteral("/logs/SiemensHarvel.log"));
         return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
     }
-    // The worker writes in its own time; wait until the line is there.
+    // The worker writes in its own time: waits for the line, not for a time.
     bool has(const QString& line) const
     {
-        for (int i = 0; i < 3000; ++i) {
-            if (text().contains(line))
-                return true;
+        for (int i = 0; i < 3000 && !text().contains(line); ++i)
             QTest::qWait(10);
-        }
-        return false;
+        return text().contains(line);
     }
-    // Everything logged before this call is in the file when it returns true,
-    // so that a line can be shown to be missing.
+    // Everything logged before is in the file once this returns true, so
+    // that a line can be shown to be missing.
     bool flushed()
     {
-        const QString marker = QStringLiteral("flush marker %1").arg(++m_markers);
+        const QString marker = QStringLiteral("flush marker %1").arg(++markers);
         CLogger::Info(marker, true);
         return has(marker);
     }
-    int count(const QString& line) const { return text().count(line); }
-    int m_markers = 0;
 };
