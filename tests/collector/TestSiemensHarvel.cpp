@@ -3,8 +3,6 @@
 // states and its registration, seen from the outside.
 #include "HmiFramework.h"
 #include "HmiHost.h"
-#include "SlGfwDialogFormFactory.h"
-#include "SlGfwGuiComponentFactory.h"
 #include "SlGfwHmiDialog.h"
 #include "SlGfwPluginByMakroBaseV2.h"
 #include "VirtualNc.h"
@@ -206,32 +204,18 @@ void TestSiemensHarvel::registersTheComponentWithTheHmi()
     QVERIFY(plugin);
     QVERIFY(plugin->pluginName().isEmpty());
 
-    const QList<QUuid> ids{SL_GFW_IID_PLUGIN(),          SL_GFW_IID_GUI_COMPONENT_FACTORY(),
-                           SL_GFW_IID_DIALOG_FORM_FACTORY(), SL_GFW_IID_PANEL_FORM_FACTORY(),
-                           SL_GFW_IID_SCREEN_FACTORY(),  SL_GFW_IID_SOFTKEY_FACTORY(),
-                           SL_GFW_IID_DIALOG_BAR_FACTORY(), SL_GFW_IID_FUNCTION_BLOCK_FACTORY()};
-    for (const QUuid& id : ids) {
-        void* iface = reinterpret_cast<void*>(1);
-        QCOMPARE(plugin->queryInterface(id, &iface), 0L);
-        QVERIFY2(iface, qPrintable(id.toString()));
-    }
-    void* iface = reinterpret_cast<void*>(1);
-    QCOMPARE(plugin->queryInterface(QUuid::createUuid(), &iface), static_cast<long>(0x80000003L));
-    QVERIFY(!iface);
-    QCOMPARE(plugin->queryInterface(SL_GFW_IID_PLUGIN(), nullptr), -1L);
-
-    QVERIFY(plugin->queryInterface(SL_GFW_IID_PLUGIN(), &iface) == 0);
-    auto* registry = dynamic_cast<SlGfwPluginByMakroBaseV2*>(static_cast<SlGfwPlugin*>(iface));
+    // The lookups are the platform's; what this plug-in decides is what it
+    // registers, under which kind, and that the HMI can reach the registry.
+    void* iface = nullptr;
+    QCOMPARE(plugin->queryInterface(SL_GFW_IID_GUI_COMPONENT_FACTORY(), &iface), 0L);
+    QVERIFY(iface);
+    auto* registry = dynamic_cast<SlGfwPluginByMakroBaseV2*>(plugin.data());
     QVERIFY(registry);
     QCOMPARE(registry->metaType(QStringLiteral("SiemensHarvel")), 2);
-    QCOMPARE(registry->metaType(QStringLiteral("NoSuchClass")), 0);
     QCOMPARE(registry->guiComponentClasses(), QStringList{QStringLiteral("SiemensHarvel")});
-    QVERIFY(!registry->createDialogForm(QStringLiteral("NoSuchForm"), nullptr, QStringLiteral("formX")));
-    QVERIFY(registry->registeredObjects().isEmpty());
-    for (const QStringList& none : {registry->panelFormClasses(), registry->screenClasses(),
-                                    registry->softkeyClasses(), registry->dialogBarClasses(),
-                                    registry->functionBlockClasses()})
-        QVERIFY(none.isEmpty());
+    QVERIFY(registry->panelFormClasses().isEmpty() && registry->screenClasses().isEmpty()
+            && registry->softkeyClasses().isEmpty() && registry->dialogBarClasses().isEmpty()
+            && registry->functionBlockClasses().isEmpty());
 }
 
 QTEST_MAIN(TestSiemensHarvel)

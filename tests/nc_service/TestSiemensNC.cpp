@@ -79,9 +79,7 @@ void TestSiemensNC::versionFileFromTheApplicationFolder_data()
 {
     QTest::addColumn<QString>("applDir");
     QTest::addColumn<QString>("versionFile");
-    QTest::newRow("ncu") << QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/appl") << QStringLiteral("/card/versions.xml");
     QTest::newRow("first oem") << QStringLiteral("/m/card/oem/x/oem/appl") << QStringLiteral("/m/card/versions.xml");
-    QTest::newRow("no oem") << QStringLiteral("/home/user/appl") << QString();
     QTest::newRow("oem at the root") << QStringLiteral("/oem/sinumerik/appl") << QString();
     QTest::newRow("letter case") << QStringLiteral("/card/OEM/sinumerik/appl") << QString();
 }
