@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the plug-in into a machine folder of the virtual machine, as an
 # integrator installs it on an NCU:
-#   card/oem/sinumerik/hmi/NorvaneZYN/appl   libsiemensharvel.so, libZynNetServer.so,
+#   card/oem/sinumerik/hmi/NorvaneZYN/appl   libsiemensharvel.so, libZynNetServer.so (and its libharvel_net_proto.so),
 #                                            prg/find_sphere_center.mpf
 #   card/oem/sinumerik/hmi/NorvaneZYN/cfg    SiemensHarvel.ini, TMRNC.INI
 #   card/oem/sinumerik/hmi/cfg/systemconfiguration.ini   the area's line
@@ -52,6 +52,9 @@ install_file() {
 }
 install_file "$build/lib/libsiemensharvel.so" "$appl/libsiemensharvel.so"
 if [ -f "$build/lib/libZynNetServer.so" ]; then
+    # The library finds its generated protocol code beside itself ($ORIGIN):
+    # protobuf allows one copy of it per process, so it is a library of its own.
+    install_file "$build/lib/libharvel_net_proto.so" "$appl/libharvel_net_proto.so"
     install_file "$build/lib/libZynNetServer.so" "$appl/libZynNetServer.so"
 fi
 install_file "$root/plugin/SiemensHarvel.ini" "$cfg/SiemensHarvel.ini"
