@@ -1,9 +1,24 @@
 #include "SiemensNC.h"
 
+#include "AppCfg.h"
 #include "MiscUtility.h"
 #include "SiemensAPI.h"
 #include "SiemensAPIOperate.h"
 #include "SiemensHarvel.h"
+#include "SlGfwDialogForm.h"
+
+#include <QVariant>
+
+namespace {
+// The file service's code for a name or path longer than it takes: the one
+// code these operations know by value.
+const char* const kNameTooLong = "0x81501031";
+
+QString HexCode(int code)
+{
+    return CMiscUtility::GetHexQStr(code, QStringLiteral("0x"));
+}
+} // namespace
 
 CSiemensNC::CSiemensNC(const QString& applDir, SiemensHarvel* owner) : m_pOwner(owner)
 {
@@ -179,6 +194,186 @@ bool CSiemensNC::ProcessGetCalibrationResult(QString& fileContent, QString& errI
     }
     fileContent += QStringLiteral("</Rotabs>");
     return true;
+}
+
+bool CSiemensNC::ProcessUploadFile(int fileType, const QString& source, QString& target, QString& errInfo)
+{
+    const QString fileName = CMiscUtility::GetFileName(source);
+    QString folder;
+    switch (fileType) {
+    case 0:
+        folder = CAppCfg::m_instance.TmrMacroDir();
+        break;
+    case 1:
+        folder = CAppCfg::m_instance.TmrProgramDir();
+        break;
+    case 2:
+        // The report viewer shows PDF only; refused before any folder is
+        // touched, so the report on the screen stays open.
+        if (!CMiscUtility::CheckFileSuffix(source, QStringLiteral(".pdf"))) {
+            errInfo = QStringLiteral("Only support PDF report file");
+            return false;
+        }
+        folder = CAppCfg::m_instance.ReportDir();
+        break;
+    default:
+        errInfo = QStringLiteral("Unknown file type %1").arg(fileType);
+        return false;
+    }
+    target = QStringLiteral("%1/%2").arg(folder, fileName);
+
+    bool isNC = false;
+    int code = m_pAPI->PathIsNC(target, isNC);
+    if (code != 0) {
+        errInfo = QStringLiteral("Cannot check if path is NC (%1)").arg(HexCode(code));
+        return false;
+    }
+
+    bool exists = false;
+    if (m_pAPI->PathExists(folder, exists) != 0 || !exists) {
+        code = m_pAPI->CreateFolder(folder);
+        if (code != 0) {
+            const QString reason =
+                HexCode(code) == QLatin1String(kNameTooLong) ? QStringLiteral("Folder path is too long") : HexCode(code);
+            errInfo = QStringLiteral("Cannot create folder %1 (%2)").arg(folder, reason);
+            return false;
+        }
+    }
+
+    // The viewer may hold the report folder's file open; it lets go of it
+    // for the move and shows the new one afterwards.
+    SlGfwDialogForm* reportForm = nullptr;
+    if (fileType == 2 && m_pOwner)
+        reportForm = m_pOwner->formRef(QStringLiteral("formReport"));
+
+    // The service moves within and into the NC; a local target may still be
+    // reached by a plain move when the service will not.
+    const int moveCode = m_pAPI->MoveFile(source, target);
+    bool moved = moveCode == 0;
+    if (!moved && !isNC)
+        moved = CMiscUtility::MoveFile(source, target, true);
+    if (!moved) {
+        errInfo = HexCode(moveCode) == QLatin1String(kNameTooLong)
+                      ? QStringLiteral("File name is too long")
+                      : QStringLiteral("Cannot move file %1 to folder %2 (%3)").arg(fileName, folder, HexCode(moveCode));
+        if (reportForm)
+            m_pOwner->releaseFormRef(reportForm);
+        return false;
+    }
+
+    if (reportForm)
+        m_pOwner->releaseFormRef(reportForm);
+    // One report at a time: the folder keeps only the newest.
+    if (fileType == 2)
+        CMiscUtility::ClearExpiredFiles(folder, QStringList{QStringLiteral("*.pdf")}, 1, false);
+    return true;
+}
+
+bool CSiemensNC::ProcessCheckFileExists(const QString& path, bool& exists, bool& isNC, QString& errInfo)
+{
+    int code = m_pAPI->PathIsNC(path, isNC);
+    if (code != 0) {
+        errInfo = QStringLiteral("Cannot check if path is NC (%1)").arg(HexCode(code));
+        return false;
+    }
+    code = m_pAPI->PathExists(path, exists);
+    if (isNC) {
+        if (code != 0) {
+            errInfo = QStringLiteral("Cannot check if file exists (%1)").arg(HexCode(code));
+            return false;
+        }
+        return true;
+    }
+    // A local path has a second witness: the service's failure is not the
+    // operation's.
+    if (code != 0 || !exists)
+        exists = CMiscUtility::FileIsExists(path);
+    return true;
+}
+
+bool CSiemensNC::ProcessDownloadFile(const QString& peer, const QString& srcFileName, QString& dstFileName,
+                                     bool& dstFileNeedRemove, QString& errInfo)
+{
+    bool exists = false;
+    bool isNC = false;
+    if (!ProcessCheckFileExists(srcFileName, exists, isNC, errInfo))
+        return false;
+    if (!exists) {
+        errInfo = QStringLiteral("File not found");
+        return false;
+    }
+    if (!isNC) {
+        dstFileName = srcFileName;
+        dstFileNeedRemove = false;
+        return true;
+    }
+
+    // An NC file exists only for the file service: the library is handed a
+    // local copy, and removes it once it is sent.
+    dstFileNeedRemove = true;
+    dstFileName = QStringLiteral("%1/%2.tmp").arg(CAppCfg::m_instance.TempDir(), CMiscUtility::CreateUuid());
+    CMiscUtility::CreateFolder(dstFileName, true);
+    const int code = m_pAPI->CopyFile(srcFileName, dstFileName);
+    if (code != 0) {
+        errInfo = QStringLiteral("Cannot copy file (%1)").arg(HexCode(code));
+        return false;
+    }
+    return true;
+}
+
+bool CSiemensNC::ProcessIMSG(const QString& peer, unsigned long long id, int type, int style, const QString& messageText,
+                             const QString& inputName, int& clickedButton, QString& inputValue, QString& errInfo)
+{
+    // The form trusts its properties; what the sender may get wrong is mended
+    // here.
+    if (static_cast<unsigned int>(type) > 1)
+        type = 0;
+    if (static_cast<unsigned int>(style) >= 6)
+        style = 0;
+    QString sender = peer;
+    if (sender.startsWith(QLatin1String("ipv4:")) || sender.startsWith(QLatin1String("ipv6:")))
+        sender = sender.mid(5);
+
+    QString backScreen = m_pOwner ? m_pOwner->activeScreen() : QString();
+    QVariant result;
+    if (m_pOwner) {
+        m_pOwner->switchToArea(QStringLiteral("Norvane"), QStringLiteral("SiemensHarvel"), QString(), false);
+        // There is always a screen to come back to.
+        if (backScreen.isEmpty()) {
+            backScreen = QStringLiteral("screenLog");
+            m_pOwner->switchToScreen(backScreen, QString());
+        }
+        const QString properties =
+            QStringLiteral("-slgfwprop1 formIMSG.propCaption=%1 -slgfwprop2 formIMSG.propBackScreen=%2 "
+                           "-slgfwprop3 formIMSG.propMsgID=%3 -slgfwprop4 formIMSG.propMsgType=%4 "
+                           "-slgfwprop5 formIMSG.propMsgStyle=%5 -slgfwprop6 formIMSG.propMessageText=%6 "
+                           "-slgfwprop7 formIMSG.propInputName=%7 -slgfwprop8 formIMSG.propSender=%8")
+                .arg(QStringLiteral("Interactive Message"), backScreen, QString::number(id), QString::number(type),
+                     QString::number(style), messageText, inputName, sender);
+        result = m_pOwner->execModalScreen(QStringLiteral("screenIMSG"), properties);
+    }
+
+    bool buttonOK = false;
+    bool inputOK = false;
+    if (result.type() == QVariant::List) {
+        const QVariantList answer = result.toList();
+        if (answer.size() >= 2) {
+            if (answer.at(0).type() == QVariant::Int) {
+                clickedButton = answer.at(0).toInt();
+                buttonOK = true;
+            }
+            if (answer.at(1).type() == QVariant::String) {
+                inputValue = answer.at(1).toString();
+                inputOK = true;
+            }
+        }
+    }
+    if (buttonOK && inputOK) {
+        errInfo = QString();
+        return true;
+    }
+    errInfo = QStringLiteral("Invalid result of the message dialog");
+    return false;
 }
 
 int CSiemensNC::SetTmrFileVar(int value)

@@ -29,6 +29,19 @@ public:
     bool ProcessSelectProgram(const QString& program, QString& errInfo);
     bool ProcessGetMachineConfiguration(QString& fileContent, QString& errInfo);
     bool ProcessGetCalibrationResult(QString& fileContent, QString& errInfo);
+    // source is the file as the net server received it; target returns
+    // where it went, also when the move failed.
+    bool ProcessUploadFile(int fileType, const QString& source, QString& target, QString& errInfo);
+    // The result says whether the question could be answered.
+    bool ProcessCheckFileExists(const QString& path, bool& exists, bool& isNC, QString& errInfo);
+    // dstFileName returns the local file to send; dstFileNeedRemove whether
+    // it is a temporary copy that the net server removes once it is sent.
+    bool ProcessDownloadFile(const QString& peer, const QString& srcFileName, QString& dstFileName,
+                             bool& dstFileNeedRemove, QString& errInfo);
+    // Shows the message on the operator's screen and returns only when the
+    // operator has answered it.
+    bool ProcessIMSG(const QString& peer, unsigned long long id, int type, int style, const QString& messageText,
+                     const QString& inputName, int& clickedButton, QString& inputValue, QString& errInfo);
 
     int SetTmrFileVar(int value);
     int SetFindSphereInputs(double sphereRadius, double probeRadius, int workOffset);
