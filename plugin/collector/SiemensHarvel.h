@@ -2,6 +2,7 @@
 
 #include "SlGfwHmiDialog.h"
 
+#include <QList>
 #include <QString>
 
 class CSiemensNC;
@@ -37,7 +38,30 @@ public:
     static void GetPaths(const QString& libFile, QString& applDir, QString& cfgFile);
 
 public slots:
+    // The receivers of the net server's requests, connected blocking queued:
+    // each runs in the main thread while the library's thread waits for the
+    // results written through the references.
+    void slotReceivedReqFile(const QString& reqFilePath);
+    void slotGetSkipPosition(const QString& peer, double& x, double& y, double& z, double& a, double& b, double& c,
+                             bool& isOK, QString& errInfo);
     void SetReportFormStatusBarText(const QString& text);
+    void slotUploadFile(const QString& peer, int fileType, const QString& filePath, bool& isOK, QString& errInfo);
+    void slotSelectProgram(const QString& peer, const QString& prgFileName, bool& isOK, QString& errInfo);
+    void slotReadRVar(const QString& peer, int index, int count, QList<double>& values, bool& isOK,
+                      QString& errInfo);
+    void slotWriteRVar(const QString& peer, int index, int count, const QList<double>& values, bool& isOK,
+                       QString& errInfo);
+    void slotSendMsg(const QString& peer, unsigned long long id, int type, int style, const QString& messageText,
+                     const QString& inputName, int& clickedButton, QString& inputValue, bool& isOK,
+                     QString& errInfo);
+    void slotClientAction(const QString& peer, const QString& callMethodName, int actionType);
+    void slotGetLogFiles(const QString& peer, const QString& logFileName, int sendState);
+    void slotGetMachineConfiguration(const QString& peer, QString& fileContent, bool& isOK, QString& errInfo);
+    void slotCheckFileExists(const QString& peer, const QString& fileName, bool& isExists, bool& isOK,
+                             QString& errInfo);
+    void slotDownloadFile(const QString& peer, const QString& srcFileName, QString& dstFileName,
+                          bool& dstFileNeedRemove, bool& isOK, QString& errInfo);
+    void slotGetCalibrationResult(const QString& peer, QString& fileContent, bool& isOK, QString& errInfo);
 
 private:
     CSiemensNC* m_pNC = nullptr;
