@@ -1,0 +1,299 @@
+// The whole chain: the plug-in installed into a virtual machine with its
+// net server enabled, started by the operator interface hosted in the test,
+// and harvel-client talking to it over loopback as the measurement
+// application does. What the client is told is checked against the NC.
+
+#include "HmiHost.h"
+#include "NetLinkFixture.h"
+#include "VirtualNc.h"
+#include "ZynNetClientCollect.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+
+using namespace NetLinkFixture;
+
+class TestSiemensHarvelNet : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+
+    void rVariablesReachTheNc();
+    void programSelection();
+    void filesBothWays();
+    void machineConfiguration();
+    void clientRegistryOfIpv4AndIpv6Peers();
+
+private:
+    QString ApplDir() const
+    {
+        return m_machine.path() + QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/appl");
+    }
+    QString Log() const;
+    bool Logged(const QString& text) const { return Log().contains(text); }
+    ClientRun Client(const QStringList& args) { return RunClient(m_v4, args); }
+    QString NcGet(const QString& path);
+    static void WriteFile(const QString& path, const QByteArray& content);
+    static QByteArray ReadFile(const QString& path);
+    // The registry of the plug-in that the HMI loaded: the test links no
+    // copy of it, so it asks the loaded one by name.
+    QList<tagClientInfo> Clients() const;
+
+    QTemporaryDir m_machine;
+    QScopedPointer<HmiHost> m_host;
+    QString m_v4;
+    QString m_v6;
+};
+
+void TestSiemensHarvelNet::WriteFile(const QString& path, const QByteArray& content)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(content);
+}
+
+QByteArray TestSiemensHarvelNet::ReadFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+QString TestSiemensHarvelNet::Log() const
+{
+    return QString::fromUtf8(ReadFile(ApplDir() + QStringLiteral("/logs/SiemensHarvel.log")));
+}
+
+QString TestSiemensHarvelNet::NcGet(const QString& path)
+{
+    return m_host->nc()->control({QStringLiteral("get"), path}).out.trimmed();
+}
+
+QList<tagClientInfo> TestSiemensHarvelNet::Clients() const
+{
+    const QByteArray lib = QFile::encodeName(QFileInfo(ApplDir() + QStringLiteral("/libsiemensharvel.so")).canonicalFilePath());
+    void* handle = dlopen(lib.constData(), RTLD_NOW | RTLD_NOLOAD);
+    if (!handle)
+        return {};
+    using GetClientList = QList<tagClientInfo> (*)();
+    auto get = reinterpret_cast<GetClientList>(dlsym(handle, "_ZN20CZynNetClientCollect13GetClientListEv"));
+    QList<tagClientInfo> clients = get ? get() : QList<tagClientInfo>();
+    dlclose(handle);
+    return clients;
+}
+
+void TestSiemensHarvelNet::initTestCase()
+{
+    QVERIFY(m_machine.isValid());
+    // "::" serves IPv4 and IPv6 clients alike; port 0 lets the library
+    // take a free one.
+    const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' --net-server :::0 '%3' >/dev/null")
+                                .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), m_machine.path());
+    QVERIFY(std::system(install.toLocal8Bit().constData()) == 0);
+
+    m_host.reset(new HmiHost);
+    const QStringList problems = m_host->start(m_machine.path());
+    QVERIFY2(problems.isEmpty(), qPrintable(problems.join(QLatin1Char('\n'))));
+    const quint16 port = ServerPort(QFileInfo(ApplDir()).canonicalFilePath());
+    QVERIFY2(port != 0, qPrintable(Log()));
+    m_v4 = QStringLiteral("127.0.0.1:%1").arg(port);
+    m_v6 = QStringLiteral("[::1]:%1").arg(port);
+    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral("Start ZYN Net Server succeeded. Address=:::0")), 20000);
+}
+
+void TestSiemensHarvelNet::cleanupTestCase()
+{
+    if (m_host)
+        m_host->shutdown();
+    m_host.reset();
+}
+
+void TestSiemensHarvelNet::rVariablesReachTheNc()
+{
+    ClientRun run = Client({QStringLiteral("write-r"), QStringLiteral("10"), QStringLiteral("1.5"),
+                            QStringLiteral("-2.25")});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+    QCOMPARE(NcGet(QStringLiteral("/Channel/Parameter/r[u1,10,#2]")), QStringLiteral("1.5\n-2.25"));
+
+    m_host->nc()->control({QStringLiteral("set"), QStringLiteral("/Channel/Parameter/r[u1,20]"), QStringLiteral("7.75")});
+    run = Client({QStringLiteral("read-r"), QStringLiteral("19"), QStringLiteral("3")});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+    QCOMPARE(run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts).value(1).trimmed(), QStringLiteral("7.75"));
+    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", Index=19, Count=3\n")), 20000);
+    QVERIFY(Log().contains(QRegularExpression(
+        QStringLiteral(R"(\| INF \| \w+ \| Read R variable succeeded\. Peer=ipv4:127\.0\.0\.1:\d+, Index=19, Count=3\n)"))));
+
+    // The template machine has R0 to R299.
+    run = Client({QStringLiteral("read-r"), QStringLiteral("299"), QStringLiteral("2")});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(QStringLiteral("Address out of range [0, 299]")), qPrintable(run.err));
+    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", Index=299, Count=2, ErrInfo=Address out of range [0, 299]")),
+                             20000);
+    run = Client({QStringLiteral("write-r"), QStringLiteral("300"), QStringLiteral("1")});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(QStringLiteral("Address out of range [0, 299]")), qPrintable(run.err));
+}
+
+void TestSiemensHarvelNet::programSelection()
+{
+    WriteFile(m_machine.path() + QStringLiteral("/nc/WKS.DIR/TELMOR.WPD/PART1.MPF"), "G0 X0\nM30\n");
+    // A bare name is a program of the configured program folder.
+    ClientRun run = Client({QStringLiteral("select"), QStringLiteral("PART1.MPF")});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+    QCOMPARE(m_host->nc()->selectedProgram(), QStringLiteral("//NC/WKS.DIR/TELMOR.WPD/PART1.MPF"));
+    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", Program=//NC/WKS.DIR/TELMOR.WPD/PART1.MPF\n")), 20000);
+
+    run = Client({QStringLiteral("select"), QStringLiteral("NOTHERE.MPF")});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(QStringLiteral("Program does not exist")), qPrintable(run.err));
+    QCOMPARE(m_host->nc()->selectedProgram(), QStringLiteral("//NC/WKS.DIR/TELMOR.WPD/PART1.MPF"));
+    QTRY_VERIFY_WITH_TIMEOUT(
+        Logged(QStringLiteral(", Program=//NC/WKS.DIR/TELMOR.WPD/NOTHERE.MPF, ErrInfo=Program does not exist\n")),
+        20000);
+}
+
+void TestSiemensHarvelNet::filesBothWays()
+{
+    QTemporaryDir local;
+    const QByteArray macro = "; probing macro\nG1 X1\nM17\n";
+    WriteFile(local.path() + QStringLiteral("/TESTMAC.SPF"), macro);
+
+    // A macro goes into the NC's macro folder.
+    ClientRun run = Client({QStringLiteral("upload"), QStringLiteral("--type"), QStringLiteral("macro"),
+                            local.path() + QStringLiteral("/TESTMAC.SPF")});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+    QCOMPARE(ReadFile(m_machine.path() + QStringLiteral("/nc/SPF.DIR/TESTMAC.SPF")), macro);
+    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", FileType=Macro, FilePath=//NC/SPF.DIR/TESTMAC.SPF\n")), 20000);
+
+    run = Client({QStringLiteral("exists"), QStringLiteral("//NC/SPF.DIR/TESTMAC.SPF")});
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(run.out.trimmed(), QStringLiteral("yes"));
+    run = Client({QStringLiteral("exists"), QStringLiteral("//NC/SPF.DIR/NOTHERE.SPF")});
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(run.out.trimmed(), QStringLiteral("no"));
+    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", File=//NC/SPF.DIR/NOTHERE.SPF, IsExists=0\n")), 20000);
+
+    // Back from the NC through a temporary copy, which the library removes.
+    const QString fetched = local.path() + QStringLiteral("/fetched.spf");
+    run = Client({QStringLiteral("download"), QStringLiteral("//NC/SPF.DIR/TESTMAC.SPF"), fetched});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+    QCOMPARE(ReadFile(fetched), macro);
+    const QString temp = ApplDir() + QStringLiteral("/zyn/temp");
+    QTRY_COMPARE_WITH_TIMEOUT(QDir(temp).entryList(QDir::Files).size(), 0, 20000);
+    run = Client({QStringLiteral("download"), QStringLiteral("//NC/SPF.DIR/NOTHERE.SPF"), fetched});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(QStringLiteral("File not found")), qPrintable(run.err));
+
+    // A report replaces the one before; a report that is no PDF is refused
+    // and what arrived of it is gone.
+    WriteFile(local.path() + QStringLiteral("/first.pdf"), "%PDF-1.4 first");
+    WriteFile(local.path() + QStringLiteral("/Second.PDF"), "%PDF-1.4 second");
+    WriteFile(local.path() + QStringLiteral("/notes.txt"), "not a report");
+    for (const char* name : {"first.pdf", "Second.PDF"}) {
+        run = Client({QStringLiteral("upload"), QStringLiteral("--type"), QStringLiteral("report"),
+                      local.path() + QLatin1Char('/') + QLatin1String(name)});
+        QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+        QTest::qWait(20); // the two reports must differ in their time stamps
+    }
+    const QString reports = ApplDir() + QStringLiteral("/report");
+    QCOMPARE(QDir(reports).entryList(QDir::Files), QStringList{QStringLiteral("Second.PDF")});
+    run = Client({QStringLiteral("upload"), QStringLiteral("--type"), QStringLiteral("report"),
+                  local.path() + QStringLiteral("/notes.txt")});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(QStringLiteral("Only support PDF report file")), qPrintable(run.err));
+    QCOMPARE(QDir(reports).entryList(QDir::Files), QStringList{QStringLiteral("Second.PDF")});
+    QCOMPARE(QDir(ApplDir() + QStringLiteral("/zyn/upload")).entryList(QDir::Files), QStringList());
+    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", FileType=Report, FileName=notes.txt, ErrInfo=Only support PDF report file\n")),
+                             20000);
+
+    // A file of the plug-in's own folders is sent from where it lies.
+    const QString report = reports + QStringLiteral("/Second.PDF");
+    run = Client({QStringLiteral("download"), report, fetched});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+    QCOMPARE(ReadFile(fetched), QByteArray("%PDF-1.4 second"));
+    QVERIFY(QFile::exists(report));
+}
+
+void TestSiemensHarvelNet::machineConfiguration()
+{
+    const ClientRun run = Client({QStringLiteral("machine-config")});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+    const QString& xml = run.out;
+    QVERIFY2(xml.startsWith(QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?><Machine>"
+                                           "<Manufacturer>Siemens</Manufacturer><Model>")),
+             qPrintable(xml));
+    QVERIFY2(xml.contains(QStringLiteral("<Unit>MM</Unit><Axes><Axis><Name>X</Name><Type>Linear</Type>"
+                                         "<Enabled>true</Enabled><Min>0</Min><Max>0</Max></Axis>")),
+             qPrintable(xml));
+    QVERIFY(xml.contains(QStringLiteral("<Axis><Name>A</Name><Type>Rotary</Type>")));
+    QVERIFY(xml.contains(QStringLiteral("<Axis><Name>SP1</Name><Type>Spindle</Type>")));
+    QVERIFY(xml.endsWith(QStringLiteral("</Axis></Axes></Machine>")));
+    QCOMPARE(xml.count(QStringLiteral("<Axis>")), 6);
+    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral("Get machine configuration succeeded. Peer=ipv4:127.0.0.1:")), 20000);
+}
+
+void TestSiemensHarvelNet::clientRegistryOfIpv4AndIpv6Peers()
+{
+    QSet<QString> before;
+    for (const tagClientInfo& info : Clients())
+        before.insert(info.peer);
+
+    // Subscribers stay connected while the registry is looked at.
+    QProcess watch4;
+    QProcess watch6;
+    watch4.start(BinaryDir() + QStringLiteral("/bin/harvel-client"),
+                 {QStringLiteral("--server"), m_v4, QStringLiteral("watch")});
+    watch6.start(BinaryDir() + QStringLiteral("/bin/harvel-client"),
+                 {QStringLiteral("--server"), m_v6, QStringLiteral("watch")});
+    QVERIFY(watch4.waitForStarted() && watch6.waitForStarted());
+    auto newSubscribers = [&] {
+        QList<tagClientInfo> clients;
+        for (const tagClientInfo& info : Clients()) {
+            if (!before.contains(info.peer) && info.method == QLatin1String("Subscribe"))
+                clients << info;
+        }
+        return clients;
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(newSubscribers().size(), 2, 30000);
+    tagClientInfo v4;
+    tagClientInfo v6;
+    for (const tagClientInfo& info : newSubscribers())
+        (info.protocol == QLatin1String("ipv6") ? v6 : v4) = info;
+    QCOMPARE(v4.address, QStringLiteral("127.0.0.1"));
+    QCOMPARE(v4.peer, QStringLiteral("ipv4:127.0.0.1:%1").arg(v4.port));
+    QCOMPARE(v6.address, QStringLiteral("[::1]"));
+    QCOMPARE(v6.peer, QStringLiteral("ipv6:[::1]:%1").arg(v6.port));
+    QVERIFY(v4.id != v6.id);
+    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral("ZYN Net client connected. Peer=%1, Method=Subscribe\n").arg(v6.peer)),
+                             20000);
+
+    // The same host again is another client, with a later number.
+    const ClientRun run = Client({QStringLiteral("exists"), QStringLiteral("//NC/SPF.DIR/X.SPF")});
+    QCOMPARE(run.exitCode, 0);
+    QTRY_VERIFY_WITH_TIMEOUT(Log().contains(QRegularExpression(
+                                 QStringLiteral(R"(ZYN Net client connected\. Peer=ipv4:127\.0\.0\.1:\d+, Method=CheckFileExists\n)"))),
+                             20000);
+    for (const tagClientInfo& info : Clients()) {
+        if (info.method == QLatin1String("CheckFileExists") && !before.contains(info.peer))
+            QVERIFY(info.id > qMax(v4.id, v6.id));
+    }
+
+    // Clients that vanish are reported gone and leave the registry.
+    watch4.kill();
+    watch6.kill();
+    QTRY_COMPARE_WITH_TIMEOUT(newSubscribers().size(), 0, 60000);
+    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral("ZYN Net client disconnected. Peer=%1\n").arg(v6.peer)), 20000);
+    QVERIFY(Logged(QStringLiteral("ZYN Net client disconnected. Peer=%1\n").arg(v4.peer)));
+}
+
+QTEST_MAIN(TestSiemensHarvelNet)
+#include "TestSiemensHarvelNet.moc"
