@@ -30,6 +30,7 @@ private slots:
     void rVariablesReachTheNc();
     void programSelection();
     void filesBothWays();
+    void filesWhenTheFileServiceFails();
     void machineConfiguration();
     void clientRegistryOfIpv4AndIpv6Peers();
 
@@ -221,6 +222,64 @@ void TestSiemensHarvelNet::filesBothWays()
     QVERIFY2(run.exitCode == 0, qPrintable(run.err));
     QCOMPARE(ReadFile(fetched), QByteArray("%PDF-1.4 second"));
     QVERIFY(QFile::exists(report));
+}
+
+void TestSiemensHarvelNet::filesWhenTheFileServiceFails()
+{
+    QTemporaryDir local;
+    WriteFile(local.path() + QStringLiteral("/LONGNAME.SPF"), "M17\n");
+    WriteFile(local.path() + QStringLiteral("/third.pdf"), "%PDF-1.4 third");
+    WriteFile(m_machine.path() + QStringLiteral("/nc/SPF.DIR/COPYME.SPF"), "M17\n");
+    // Each fault strikes once; a rule still listed after a request did not.
+    auto pending = [this] { return m_host->nc()->control({QStringLiteral("fault"), QStringLiteral("list")}).out.trimmed(); };
+    auto fault = [this](const QString& op, const QString& code) {
+        return m_host->nc()
+            ->control({QStringLiteral("fault"), op, QStringLiteral("*"), QStringLiteral("--code"), code,
+                       QStringLiteral("--times"), QStringLiteral("1")})
+            .code;
+    };
+
+    // Into the NC there is no second way: the service's word stands.
+    QCOMPARE(fault(QStringLiteral("move"), QStringLiteral("0x81501031")), 0);
+    QVERIFY(!pending().isEmpty());
+    ClientRun run = Client({QStringLiteral("upload"), QStringLiteral("--type"), QStringLiteral("macro"),
+                            local.path() + QStringLiteral("/LONGNAME.SPF")});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(QStringLiteral("File name is too long")), qPrintable(run.err));
+    QVERIFY(!QFile::exists(m_machine.path() + QStringLiteral("/nc/SPF.DIR/LONGNAME.SPF")));
+    QCOMPARE(QDir(ApplDir() + QStringLiteral("/zyn/upload")).entryList(QDir::Files), QStringList());
+    QCOMPARE(pending(), QString());
+
+    // A local target is still reached by a plain move.
+    QCOMPARE(fault(QStringLiteral("move"), QStringLiteral("0x80000001")), 0);
+    run = Client({QStringLiteral("upload"), QStringLiteral("--type"), QStringLiteral("report"),
+                  local.path() + QStringLiteral("/third.pdf")});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+    const QString report = ApplDir() + QStringLiteral("/report/third.pdf");
+    QCOMPARE(ReadFile(report), QByteArray("%PDF-1.4 third"));
+    QCOMPARE(pending(), QString());
+
+    // For a local path the file system answers when the service cannot.
+    QCOMPARE(fault(QStringLiteral("exist"), QStringLiteral("0x80000002")), 0);
+    run = Client({QStringLiteral("exists"), report});
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(run.out.trimmed(), QStringLiteral("yes"));
+    QCOMPARE(pending(), QString());
+
+    // An NC file that cannot be copied out cannot be sent.
+    QCOMPARE(fault(QStringLiteral("copy"), QStringLiteral("0x8150000B")), 0);
+    run = Client({QStringLiteral("download"), QStringLiteral("//NC/SPF.DIR/COPYME.SPF"),
+                  local.path() + QStringLiteral("/copy.spf")});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(QStringLiteral("Cannot copy file (0x8150000b)")), qPrintable(run.err));
+    QCOMPARE(pending(), QString());
+
+    QCOMPARE(fault(QStringLiteral("is-nc"), QStringLiteral("0x80000003")), 0);
+    run = Client({QStringLiteral("exists"), QStringLiteral("//NC/SPF.DIR/COPYME.SPF")});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains(QStringLiteral("Cannot check if path is NC (0x80000003)")), qPrintable(run.err));
+    QCOMPARE(pending(), QString());
+    m_host->nc()->control({QStringLiteral("fault"), QStringLiteral("clear")});
 }
 
 void TestSiemensHarvelNet::machineConfiguration()
