@@ -2,8 +2,6 @@
 
 #include "ZynNetServerCallback.h"
 
-#include <QFile>
-
 bool NetReceiver::Connect(CZynNetServerCallback* bridge)
 {
     const Qt::ConnectionType type = Qt::BlockingQueuedConnection;
@@ -52,8 +50,6 @@ void NetReceiver::slotUploadFile(const QString& peer, int fileType, const QStrin
                                  QString& errInfo)
 {
     lastFile = filePath;
-    QFile file(filePath);
-    lastFileContent = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     Answer(QStringLiteral("UploadFile %1").arg(fileType), peer, isOK, errInfo);
 }
 

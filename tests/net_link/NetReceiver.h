@@ -36,7 +36,6 @@ public:
     QString lastPeer;
     QList<double> lastValues;
     QString lastFile;
-    QByteArray lastFileContent; // the uploaded file, read while it was there
     QStringList receivedReqFiles;
     QStringList clientActions;  // "peer method action"
     QStringList logFileStates;  // "peer file state"

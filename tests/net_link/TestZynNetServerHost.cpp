@@ -1,7 +1,7 @@
 // The net server host with the real library installed in an application
 // folder: its states, what it logs, the notifications as a subscribed
-// harvel-client sees them, the client registry fed by real IPv4 and IPv6
-// peers, and a stop while a request waits for the main thread.
+// harvel-client sees them, and a stop while a request waits for the main
+// thread.
 
 #include "LogFile.h"
 #include "NetLinkFixture.h"
@@ -11,7 +11,6 @@
 #include "ZynNetServerHost.h"
 
 #include <QDir>
-#include <QSet>
 #include <QTcpServer>
 #include <QtTest>
 
@@ -33,7 +32,6 @@ private slots:
     void failedStartLeavesTheLibraryForStop();
     void startAndRestart();
     void notificationsReachASubscriber();
-    void registryFollowsIpv4AndIpv6Clients();
     void stopReturnsWhileARequestWaitsForTheMainThread();
 
 private:
@@ -51,9 +49,7 @@ void TestZynNetServerHost::initTestCase()
     m_applDir = m_dir.path() + QStringLiteral("/appl");
     QVERIFY(QDir().mkpath(m_applDir + QStringLiteral("/logs")));
     m_log.Start(m_applDir + QStringLiteral("/logs/SiemensHarvel.log"));
-    // Departures are reported after this idle time, so that the registry
-    // test sees clients leave.
-    QVERIFY(InstallNetServer(m_applDir, QStringLiteral("client_idle_seconds = 1\n")));
+    QVERIFY(InstallNetServer(m_applDir));
     QVERIFY(m_receiver.Connect(&CZynNetServerCallback::m_instance));
 }
 
@@ -253,81 +249,6 @@ void TestZynNetServerHost::notificationsReachASubscriber()
     const QStringList states = m_receiver.logFileStates.filter(subscriber);
     QVERIFY2(states.first().endsWith(QStringLiteral("SiemensHarvel.log 1")), qPrintable(states.join(',')));
     QVERIFY2(states.last().endsWith(QStringLiteral("SiemensHarvel.log 2")), qPrintable(states.join(',')));
-}
-
-void TestZynNetServerHost::registryFollowsIpv4AndIpv6Clients()
-{
-    // One server for both families, as on a machine listening on "::".
-    const QString port = StartedServer(QStringLiteral("::"));
-    QVERIFY(!port.isEmpty());
-    QSet<QString> before;
-    for (const tagClientInfo& info : CZynNetClientCollect::GetClientList())
-        before.insert(info.peer);
-    auto newClients = [&before] {
-        QList<tagClientInfo> clients;
-        for (const tagClientInfo& info : CZynNetClientCollect::GetClientList()) {
-            if (!before.contains(info.peer))
-                clients << info;
-        }
-        return clients;
-    };
-
-    // Subscribers stay connected, so their records can be looked at.
-    QProcess watch4;
-    QProcess watch6;
-    const QStringList watchOne = {QStringLiteral("watch"), QStringLiteral("--count"), QStringLiteral("1")};
-    watch4.start(BinaryDir() + QStringLiteral("/bin/harvel-client"),
-                 QStringList{QStringLiteral("--server"), QStringLiteral("127.0.0.1:") + port} + watchOne);
-    watch6.start(BinaryDir() + QStringLiteral("/bin/harvel-client"),
-                 QStringList{QStringLiteral("--server"), QStringLiteral("[::1]:") + port} + watchOne);
-    QVERIFY(watch4.waitForStarted() && watch6.waitForStarted());
-    QTRY_COMPARE_WITH_TIMEOUT(newClients().size(), 2, 30000);
-
-    tagClientInfo v4;
-    tagClientInfo v6;
-    for (const tagClientInfo& info : newClients())
-        (info.protocol == QLatin1String("ipv6") ? v6 : v4) = info;
-    QCOMPARE(v4.protocol, QStringLiteral("ipv4"));
-    QCOMPARE(v4.address, QStringLiteral("127.0.0.1"));
-    QCOMPARE(v4.peer, QStringLiteral("ipv4:127.0.0.1:%1").arg(v4.port));
-    QCOMPARE(v4.method, QStringLiteral("Subscribe"));
-    QCOMPARE(v6.protocol, QStringLiteral("ipv6"));
-    QCOMPARE(v6.address, QStringLiteral("[::1]"));
-    QCOMPARE(v6.peer, QStringLiteral("ipv6:[::1]:%1").arg(v6.port));
-    QCOMPARE(v6.method, QStringLiteral("Subscribe"));
-    QVERIFY(v4.port != 0 && v6.port != 0);
-    QVERIFY(v4.id != v6.id);
-    QTRY_VERIFY_WITH_TIMEOUT(
-        m_log.Contains(QStringLiteral("ZYN Net client connected. Peer=%1, Method=Subscribe").arg(v6.peer)), 20000);
-    QVERIFY(m_receiver.clientActions.contains(v6.peer + QStringLiteral(" Subscribe 2")));
-
-    // The same machine again, on a connection of its own: a client of its
-    // own, counted after the first ones.
-    m_receiver.answerValues = {7.0};
-    const ClientRun run = RunClient(QStringLiteral("127.0.0.1:") + port,
-                                    {QStringLiteral("read-r"), QStringLiteral("1"), QStringLiteral("1")});
-    QCOMPARE(run.exitCode, 0);
-    QStringList reads = m_receiver.clientActions.filter(QStringLiteral(" ReadRVar 2"));
-    QCOMPARE(reads.size(), 1);
-    const QString again = reads.first().section(QLatin1Char(' '), 0, 0);
-    QVERIFY2(again.startsWith(QStringLiteral("ipv4:127.0.0.1:")) && again != v4.peer, qPrintable(again));
-    for (const tagClientInfo& info : newClients()) {
-        if (info.peer == again)
-            QVERIFY(info.id > qMax(v4.id, v6.id));
-    }
-
-    // Their subscriptions end: everyone is reported gone and leaves the list.
-    QVERIFY(RetryUntil([] {
-        return CZynNetServerHost::NotifyMachineStatusChanged(ZYN_MACH_NORMAL, false, QString(), QString(), QString());
-    }));
-    QTRY_VERIFY_WITH_TIMEOUT(watch4.state() == QProcess::NotRunning && watch6.state() == QProcess::NotRunning,
-                             30000);
-    QTRY_COMPARE_WITH_TIMEOUT(newClients().size(), 0, 30000);
-    for (const QString& peer : {v4.peer, v6.peer, again}) {
-        QTRY_VERIFY_WITH_TIMEOUT(m_log.Contains(QStringLiteral("ZYN Net client disconnected. Peer=%1").arg(peer)),
-                                 20000);
-    }
-    QVERIFY(m_receiver.clientActions.filter(QRegularExpression(QStringLiteral(" 1$"))).size() >= 3);
 }
 
 void TestZynNetServerHost::stopReturnsWhileARequestWaitsForTheMainThread()
