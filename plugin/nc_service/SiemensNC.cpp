@@ -59,7 +59,9 @@ int CSiemensNC::Initialize()
     return 0;
 }
 
-bool CSiemensNC::ProcessReadRVar(int index, int count, QList<double>& values, QString& errInfo)
+// The argument checks come before the NC is asked, so a malformed request
+// costs the NC nothing.
+bool CSiemensNC::CheckRVarArgs(int index, int count, QString& errInfo)
 {
     if (index < 0) {
         errInfo = QStringLiteral("Invalid index");
@@ -69,8 +71,13 @@ bool CSiemensNC::ProcessReadRVar(int index, int count, QList<double>& values, QS
         errInfo = QStringLiteral("Invalid count");
         return false;
     }
-    // Asked on every request: the number of R parameters is machine data
-    // and may change between two requests.
+    return true;
+}
+
+// Asked on every request: the number of R parameters is machine data and
+// may change between two requests.
+bool CSiemensNC::CheckRVarRange(int index, int count, QString& errInfo)
+{
     int rVarCount = 0;
     if (m_pAPI->GetRVarCount(rVarCount) != 0) {
         errInfo = QStringLiteral("Cannot get the count of R variable");
@@ -80,6 +87,13 @@ bool CSiemensNC::ProcessReadRVar(int index, int count, QList<double>& values, QS
         errInfo = QStringLiteral("Address out of range [0, %1]").arg(rVarCount - 1);
         return false;
     }
+    return true;
+}
+
+bool CSiemensNC::ProcessReadRVar(int index, int count, QList<double>& values, QString& errInfo)
+{
+    if (!CheckRVarArgs(index, count, errInfo) || !CheckRVarRange(index, count, errInfo))
+        return false;
     if (m_pAPI->ReadRVar(index, count, values) != 0) {
         errInfo = QStringLiteral("Cannot read R variable");
         return false;
@@ -89,27 +103,14 @@ bool CSiemensNC::ProcessReadRVar(int index, int count, QList<double>& values, QS
 
 bool CSiemensNC::ProcessWriteRVar(int index, int count, const QList<double>& values, QString& errInfo)
 {
-    if (index < 0) {
-        errInfo = QStringLiteral("Invalid index");
+    if (!CheckRVarArgs(index, count, errInfo))
         return false;
-    }
-    if (count < 1) {
-        errInfo = QStringLiteral("Invalid count");
-        return false;
-    }
     if (count != values.size()) {
         errInfo = QStringLiteral("Invalid values");
         return false;
     }
-    int rVarCount = 0;
-    if (m_pAPI->GetRVarCount(rVarCount) != 0) {
-        errInfo = QStringLiteral("Cannot get the count of R variable");
+    if (!CheckRVarRange(index, count, errInfo))
         return false;
-    }
-    if (index + count > rVarCount) {
-        errInfo = QStringLiteral("Address out of range [0, %1]").arg(rVarCount - 1);
-        return false;
-    }
     if (m_pAPI->WriteRVar(index, count, values) != 0) {
         errInfo = QStringLiteral("Cannot write R variable");
         return false;

@@ -51,6 +51,9 @@ public:
     QString VersionFile() const { return m_versionFile; }
 
 private:
+    bool CheckRVarArgs(int index, int count, QString& errInfo);
+    bool CheckRVarRange(int index, int count, QString& errInfo);
+
     SiemensHarvel* m_pOwner = nullptr;
     CSiemensAPI* m_pAPI = nullptr;
     tagMachDef m_machDef;
