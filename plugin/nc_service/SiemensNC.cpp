@@ -4,7 +4,12 @@
 #include "MiscUtility.h"
 #include "SiemensAPI.h"
 #include "SiemensAPIOperate.h"
+#include "SiemensAxisPosMonitor.h"
+#include "SiemensDialogMonitor.h"
 #include "SiemensHarvel.h"
+#include "SiemensInteractive.h"
+#include "SiemensStatusMonitor.h"
+#include "SiemensTmrResultMonitor.h"
 #include "SlGfwDialogForm.h"
 
 #include <QVariant>
@@ -29,18 +34,29 @@ CSiemensNC::CSiemensNC(const QString& applDir, SiemensHarvel* owner) : m_pOwner(
         m_versionFile = QStringLiteral("%1/versions.xml").arg(applDir.left(oem));
 
     m_pAPI = new CSiemensAPIOperate();
-
-    // Made here, in this order, each with the NC access: the request file
-    // processor (with applDir), then the result, status, dialog, sphere
-    // centre and axis position monitors.
+    m_pInteractive = new CSiemensInteractive(applDir, m_pAPI);
+    m_pResultMonitor = new CSiemensTmrResultMonitor(m_pAPI, this);
+    m_pStatusMonitor = new CSiemensStatusMonitor(m_pAPI);
+    m_pDialogMonitor = new CSiemensDialogMonitor(m_pAPI, this);
+    // The sphere centre monitor comes between the dialog and the axis
+    // position monitor once its screen exists.
+    m_pAxisPosMonitor = new CSiemensAxisPosMonitor(m_pAPI, false);
 }
 
 CSiemensNC::~CSiemensNC()
 {
-    // The monitors go first (status, dialog, sphere centre, axis position,
-    // result), then the request processor: nothing that watches the NC may
-    // outlive the access object.
-
+    // The monitors go first, then the request processor: nothing that
+    // watches the NC may outlive the access object.
+    delete m_pStatusMonitor;
+    m_pStatusMonitor = nullptr;
+    delete m_pDialogMonitor;
+    m_pDialogMonitor = nullptr;
+    delete m_pAxisPosMonitor;
+    m_pAxisPosMonitor = nullptr;
+    delete m_pResultMonitor;
+    m_pResultMonitor = nullptr;
+    delete m_pInteractive;
+    m_pInteractive = nullptr;
     delete m_pAPI;
     m_pAPI = nullptr;
 }
@@ -52,9 +68,19 @@ int CSiemensNC::Initialize()
     if (m_pAPI)
         m_pAPI->GetMachineDef(m_machDef, m_versionFile);
 
-    // Started here, in this order: the request processor, then the status,
-    // dialog, sphere centre, axis position and result monitors. One that
-    // cannot start has logged why and the others go on.
+    // Not the order of construction: the result monitor comes last, so that
+    // a result already waiting at start finds everything else running. One
+    // that cannot start has logged why and the others go on.
+    if (m_pInteractive)
+        m_pInteractive->Initialize();
+    if (m_pStatusMonitor)
+        m_pStatusMonitor->Initialize();
+    if (m_pDialogMonitor)
+        m_pDialogMonitor->Initialize();
+    if (m_pAxisPosMonitor)
+        m_pAxisPosMonitor->Initialize();
+    if (m_pResultMonitor)
+        m_pResultMonitor->Initialize();
 
     return 0;
 }
@@ -389,7 +415,8 @@ int CSiemensNC::SetFindSphereInputs(double sphereRadius, double probeRadius, int
 
 void CSiemensNC::ReceivedReqFile(const QString& reqFile)
 {
-    // Handed to the request file processor once it exists.
+    if (m_pInteractive)
+        m_pInteractive->ReceivedReqFile(reqFile);
 }
 
 void CSiemensNC::SetReportFormStatusBarText(const QString& text)

@@ -6,6 +6,11 @@
 #include <QString>
 
 class CSiemensAPI;
+class CSiemensAxisPosMonitor;
+class CSiemensDialogMonitor;
+class CSiemensInteractive;
+class CSiemensStatusMonitor;
+class CSiemensTmrResultMonitor;
 class SiemensHarvel;
 
 // The object behind the net requests: it owns the NC access and everything
@@ -56,6 +61,11 @@ private:
 
     SiemensHarvel* m_pOwner = nullptr;
     CSiemensAPI* m_pAPI = nullptr;
+    CSiemensInteractive* m_pInteractive = nullptr;
+    CSiemensTmrResultMonitor* m_pResultMonitor = nullptr;
+    CSiemensStatusMonitor* m_pStatusMonitor = nullptr;
+    CSiemensDialogMonitor* m_pDialogMonitor = nullptr;
+    CSiemensAxisPosMonitor* m_pAxisPosMonitor = nullptr;
     tagMachDef m_machDef;
     QString m_versionFile;
 };
