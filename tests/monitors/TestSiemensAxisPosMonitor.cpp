@@ -8,6 +8,8 @@
 #include "SiemensAPIOperate.h"
 #include "SiemensAxisPosMonitor.h"
 
+#include <QThreadPool>
+
 namespace {
 
 const char* const kPositions = "/Channel/GeometricAxis/actProgPos[u1,1,1,#6]";
@@ -62,6 +64,9 @@ void TestSiemensAxisPosMonitor::cleanupTestCase()
 {
     m_watch.Stop();
     TestLog::stop();
+    // The logger's pool thread ends now, not in the race with the exit of
+    // the process, where the leak checker would count its thread data.
+    QThreadPool::globalInstance()->waitForDone();
 }
 
 void TestSiemensAxisPosMonitor::init()
