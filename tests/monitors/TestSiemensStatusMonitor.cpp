@@ -24,6 +24,7 @@ private slots:
     void alarmsThatDoNotStopTheChannel();
     void oneBadEntryDropsTheNotification();
     void startMissedWhileTheNetIsOff();
+    void startsWithoutAlarmsWhenTheAlarmServiceFails();
 
 private:
     static QString Mach(int status, const QString& text = QString())
@@ -227,6 +228,20 @@ void TestSiemensStatusMonitor::startMissedWhileTheNetIsOff()
     QVERIFY(m_watch.WaitFor(Mach(1)));
     Settle();
     QCOMPARE(m_watch.Take(), (QStringList{Mach(1)}));
+}
+
+void TestSiemensStatusMonitor::startsWithoutAlarmsWhenTheAlarmServiceFails()
+{
+    // Without an NC the alarm service refuses the sink; the start state is
+    // told all the same.
+    m_monitor.reset();
+    m_api.reset();
+    m_nc.reset();
+    m_api.reset(new CSiemensAPIOperate);
+    m_monitor.reset(new CSiemensStatusMonitor(m_api.data()));
+    QCOMPARE(m_monitor->Initialize(), 0);
+    QVERIFY(m_log.has(QStringLiteral(" | Cannot init alarm handle. ErrCode=-5\n")));
+    QCOMPARE(m_watch.Take(), (QStringList{Mach(1), Prog(0, QString(), true, QString())}));
 }
 
 QTEST_GUILESS_MAIN(TestSiemensStatusMonitor)
