@@ -12,6 +12,7 @@ struct SlAeQEventSink::Raw
     unsigned int kind;
     bool channel;
     QDateTime time;
+    qint64 due = 0; // on the sink's clock
 };
 
 namespace {
@@ -28,6 +29,10 @@ SlAeQEventSink::SlAeQEventSink(QObject* parent, const char* name) : QObject(pare
 {
     if (name)
         setObjectName(QString::fromLatin1(name));
+    m_timer = new QTimer(this);
+    m_timer->setSingleShot(true);
+    connect(m_timer, &QTimer::timeout, this, &SlAeQEventSink::deliverDue);
+    m_clock.start();
 }
 
 SlAeQEventSink::~SlAeQEventSink()
@@ -78,11 +83,8 @@ long SlAeQEventSink::activate()
     // Queued even on one thread: events never arrive inside the call that
     // raised them, as with the real alarm server.
     connect(nc, &VirtualNc::alarmEvent, this, &SlAeQEventSink::onAlarm, Qt::QueuedConnection);
-    QList<Raw> active;
     for (const VirtualNc::Alarm& a : nc->alarms())
-        active << Raw{SlAeEvent::STATE_RAISED, a.id, a.text, a.kind, a.channel, a.raised};
-    if (!active.isEmpty())
-        QTimer::singleShot(0, this, [this, active] { deliver(active); });
+        enqueue(Raw{SlAeEvent::STATE_RAISED, a.id, a.text, a.kind, a.channel, a.raised}, 0);
     return 0;
 }
 
@@ -91,6 +93,8 @@ long SlAeQEventSink::deactivate()
     if (VirtualNc* nc = VirtualNc::current())
         disconnect(nc, &VirtualNc::alarmEvent, this, &SlAeQEventSink::onAlarm);
     m_active = false;
+    m_pending.clear();
+    m_timer->stop();
     return 0;
 }
 
@@ -104,13 +108,44 @@ long SlAeQEventSink::fini()
 
 void SlAeQEventSink::onAlarm(int state, long id, const QString& text, unsigned int kind, bool channel)
 {
-    const QList<Raw> batch{Raw{state, id, text, kind, channel, QDateTime::currentDateTime()}};
     // A channel alarm reaches the alarm list after the channel's own state
     // variables have been notified, one update period later.
     const VirtualNc* nc = VirtualNc::current();
-    if (channel && state == SlAeEvent::STATE_RAISED && nc)
-        QTimer::singleShot(nc->updatePeriodMs() + 20, this, [this, batch] { deliver(batch); });
-    else
+    const qint64 delay = channel && state == SlAeEvent::STATE_RAISED && nc ? nc->updatePeriodMs() + 20 : 0;
+    enqueue(Raw{state, id, text, kind, channel, QDateTime::currentDateTime()}, delay);
+}
+
+void SlAeQEventSink::enqueue(const Raw& raw, qint64 delayMs)
+{
+    Raw queued = raw;
+    queued.due = m_clock.elapsed() + delayMs;
+    // The alarm server keeps the order of the NC: what happened later never
+    // overtakes a delayed event, it waits behind it.
+    if (!m_pending.isEmpty())
+        queued.due = qMax(queued.due, m_pending.last().due);
+    m_pending << queued;
+    scheduleDelivery();
+}
+
+void SlAeQEventSink::scheduleDelivery()
+{
+    if (m_pending.isEmpty())
+        return;
+    const int wait = int(qMax<qint64>(0, m_pending.first().due - m_clock.elapsed()));
+    if (!m_timer->isActive() || m_timer->remainingTime() > wait)
+        m_timer->start(wait);
+}
+
+void SlAeQEventSink::deliverDue()
+{
+    // Everything due by now goes out as one list, as the alarm server
+    // reports what happened between two of its cycles.
+    const qint64 now = m_clock.elapsed();
+    QList<Raw> batch;
+    while (!m_pending.isEmpty() && m_pending.first().due <= now)
+        batch << m_pending.takeFirst();
+    scheduleDelivery();
+    if (!batch.isEmpty())
         deliver(batch);
 }
 

@@ -49,6 +49,7 @@ private slots:
     void alarmsReachTheSink();
     void activeAlarmsComeOnActivation();
     void channelAlarmStopsTheProgramAndFollowsItsVariable();
+    void eventsKeepTheNcOrderAndComeTogether();
     void sinkRefusesWhatIsNotSetUp();
 };
 
@@ -175,6 +176,30 @@ void TestChannelAndAlarms::channelAlarmStopsTheProgramAndFollowsItsVariable()
     QVERIFY(order.contains("chanAlarm=0"));
     QVERIFY(m.nc->alarms().isEmpty());
     QCOMPARE(m.nc->programEndCount(), 0);
+}
+
+void TestChannelAndAlarms::eventsKeepTheNcOrderAndComeTogether()
+{
+    MachineFixture m;
+    SlAeQEventSink sink(this, nullptr);
+    QStringList lists;
+    connect(&sink, &SlAeQEventSink::newEvent, this, [&](const QList<SlAeEvent*>& events) {
+        QStringList list;
+        for (const SlAeEvent* e : events)
+            list << QStringLiteral("%1 %2").arg(e->getAlarmState()).arg(e->getAlarmId());
+        lists << list.join(QLatin1Char(','));
+    });
+    QVERIFY(openSink(sink));
+    m.nc->raiseAlarm(1, "other", 1, false);
+    QTRY_COMPARE_WITH_TIMEOUT(lists.size(), 1, 5000);
+
+    // A channel alarm comes late; what happens after it must not overtake it.
+    m.nc->raiseAlarm(14000, "Channel stops", 1, true);
+    QVERIFY(m.nc->clearAlarm(14000));
+    m.nc->raiseAlarm(2, "next", 1, false);
+    QVERIFY(m.nc->clearAlarm(1));
+    QTRY_COMPARE_WITH_TIMEOUT(lists.size(), 2, 5000);
+    QCOMPARE(lists, (QStringList{"21 1", "21 14000,20 14000,21 2,20 1"}));
 }
 
 void TestChannelAndAlarms::sinkRefusesWhatIsNotSetUp()
