@@ -7,6 +7,8 @@
 #include "SlGfwScreen.h"
 #include "SlGfwTextEdit.h"
 
+#include <QFont>
+#include <QFontMetrics>
 #include <QGridLayout>
 #include <QVariant>
 
@@ -55,8 +57,17 @@ SiemensHarvelFormIMSG::SiemensHarvelFormIMSG(QWidget* parent, const QString& nam
     m_pInputEdit = new SlGfwTextEdit(this);
     m_pInputEdit->setObjectName(QStringLiteral("textInput"));
     m_pInputEdit->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-    // The message gets the room; the input is one or two lines of a value.
-    m_pInputEdit->setMaximumHeight(m_pInputEdit->fontMetrics().lineSpacing() * 3);
+    // Read at arm's length on the panel: the message and the answer larger
+    // than the labels, the label of the input as strong as a key.
+    QFont textFont = m_pMessageEdit->font();
+    textFont.setPointSizeF(textFont.pointSizeF() * 1.35);
+    m_pMessageEdit->setFont(textFont);
+    m_pInputEdit->setFont(textFont);
+    QFont labelFont = m_pInputLabel->font();
+    labelFont.setBold(true);
+    m_pInputLabel->setFont(labelFont);
+    // The message gets the room; the input is a value of a line or two.
+    m_pInputEdit->setFixedHeight(QFontMetrics(textFont).lineSpacing() * 2 + 12);
     layout->addWidget(m_pMessageLabel, 1, 0);
     layout->addWidget(m_pMessageEdit, 2, 0);
     layout->addWidget(m_pInputLabel, 3, 0);

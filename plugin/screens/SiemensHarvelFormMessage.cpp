@@ -4,6 +4,7 @@
 #include "SlGfwLabel.h"
 #include "SlGfwScreen.h"
 
+#include <QFont>
 #include <QGridLayout>
 
 SiemensHarvelFormMessage::SiemensHarvelFormMessage(QWidget* parent, const QString& name, Qt::WindowFlags flags)
@@ -17,6 +18,9 @@ SiemensHarvelFormMessage::SiemensHarvelFormMessage(QWidget* parent, const QStrin
     m_pMessageLabel->setTextFormat(Qt::PlainText);
     m_pMessageLabel->setAlignment(Qt::AlignCenter);
     m_pMessageLabel->setWordWrap(true);
+    QFont font = m_pMessageLabel->font();
+    font.setPointSizeF(font.pointSizeF() * 1.35);
+    m_pMessageLabel->setFont(font);
     layout->addWidget(m_pMessageLabel, 1, 0);
 
     setCaptionBarElementCount(1);
