@@ -132,7 +132,8 @@ QJsonObject TestMessageScreens::State()
 QList<int> TestMessageScreens::EnabledKeys()
 {
     QList<int> enabled;
-    const QJsonArray keys = State().value(QStringLiteral("softkeys")).toObject().value(QStringLiteral("myVr")).toArray();
+    const QJsonArray keys =
+        State().value(QStringLiteral("softkeys")).toObject().value(QStringLiteral("myVr")).toArray();
     for (const QJsonValue& v : keys) {
         const QJsonObject key = v.toObject();
         if (key.value(QStringLiteral("position")).toInt() >= 2 && key.value(QStringLiteral("enabled")).toBool())
@@ -169,7 +170,8 @@ void TestMessageScreens::everyStyleAnsweredWithEachOfItsKeys()
             QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(text), 20000);
             QJsonObject state = State();
             QCOMPARE(state.value(QStringLiteral("area")).toString(), QStringLiteral("Norvane"));
-            QCOMPARE(state.value(QStringLiteral("caption")).toArray(), QJsonArray{QStringLiteral("Interactive Message")});
+            QCOMPARE(state.value(QStringLiteral("caption")).toArray(),
+                     QJsonArray{QStringLiteral("Interactive Message")});
             const QJsonArray status = state.value(QStringLiteral("status")).toArray();
             QCOMPARE(status.at(0).toString(), QStringLiteral("ID: %1").arg(id));
             QVERIFY2(QRegularExpression(QStringLiteral(R"(^Sender: 127\.0\.0\.1:\d+$)"))
@@ -240,7 +242,7 @@ void TestMessageScreens::textsReachTheScreenAsSent()
                            QStringLiteral("6"), QStringLiteral("--text"), QStringLiteral("Out of range")});
     QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(QStringLiteral("Out of range")), 20000);
     QCOMPARE(EnabledKeys(), QList<int>({8}));
-    QCOMPARE(State().value(QStringLiteral("focus")).toString() == QLatin1String("textInput"), false);
+    QVERIFY(State().value(QStringLiteral("focus")).toString() != QLatin1String("textInput"));
     QCOMPARE(Hmi({QStringLiteral("key"), QStringLiteral("doOK")}).code, 0);
     run = Finish(client.get());
     QVERIFY2(run.exitCode == 0, qPrintable(run.err));
@@ -304,7 +306,8 @@ void TestMessageScreens::queryScreenAnswersOnlyOkWithYes()
         QJsonObject seen;
         QString label;
         QTimer::singleShot(0, this, [&] {
-            seen = QJsonDocument::fromJson(hmi({QStringLiteral("state"), QStringLiteral("--json")}).out.toUtf8()).object();
+            seen = QJsonDocument::fromJson(hmi({QStringLiteral("state"), QStringLiteral("--json")}).out.toUtf8())
+                       .object();
             label = hmi({QStringLiteral("read"), QStringLiteral("labelMessage")}).out.trimmed();
             hmi({QStringLiteral("key"), action});
         });
