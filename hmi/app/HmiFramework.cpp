@@ -244,6 +244,12 @@ bool HmiFramework::activateArea(const QString& name, QString& error)
         error = QStringLiteral("no area %1 (areas: %2)").arg(name, names.join(QStringLiteral(", ")));
         return false;
     }
+    // The key of the area in front shows its menus afresh, as coming back
+    // to it does; the screen stays as it is.
+    if (index == m_current && m_areas.at(index)->dialog && !m_areas.at(index)->dialog->activeScreen().isEmpty()) {
+        m_areas.at(index)->dialog->showMenus();
+        return true;
+    }
     return bringToFront(index, QString(), error);
 }
 

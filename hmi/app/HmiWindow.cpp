@@ -38,6 +38,9 @@ SlGfwSoftkey { background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #fbfbf
 SlGfwSoftkey:pressed { background: #f0a30a; }
 SlGfwSoftkey:disabled { color: #a5adb5; background: #e3e6e9; border-color: #b8c0c8; }
 #emptySoftkey { background: #c9d0d7; border: 1px solid #b3bcc5; border-radius: 3px; }
+QLineEdit, QTextEdit { background: white; border: 1px solid #7d8a97; padding: 2px; }
+QLineEdit:read-only, QTextEdit:read-only { background: #f7f8fa; }
+QLineEdit:focus:!read-only, QTextEdit:focus:!read-only { border: 2px solid #f0a30a; padding: 1px; }
 #myVr { min-width: 110px; max-width: 110px; }
 #myHu { min-height: 46px; max-height: 46px; }
 )";

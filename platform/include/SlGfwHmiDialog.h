@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QList>
 #include <QObject>
+#include <QPair>
 #include <QPointer>
 #include <QVariant>
 
@@ -81,11 +82,20 @@ private:
         QString caller;
         QEventLoop* loop = nullptr;
         bool done = false;
+        // Until its screen has been switched to, a run cannot be left.
+        bool opening = true;
+        // What the screen's form gave setModalResult when the run ended.
+        QVariant result;
+        // A run of the screen over itself: the form's properties as they
+        // were, to be written back when the run ends.
+        QList<QPair<int, QVariant>> savedProperties;
     };
 
     SlGfwDialogForm* ensureForm(const QString& form);
     void applyProperties(const QString& screen, const QString& properties);
-    void endModalFrames(const QString& left, const QString& target);
+    // Ends the modal runs that showing target instead of left leaves, with
+    // the results their screens hold now; returns them, outermost first.
+    QList<ModalFrame*> endModalFrames(const QString& left, const QString& target);
     void trigger(SlGfwScreen* screen, const QString& menu, int position);
 
     QString m_area;

@@ -224,6 +224,8 @@ bool SlGfwHmiDialog::switchToScreen(const QString& screenName, const QString& pr
         return false;
     }
     const QString left = m_activeScreen;
+    // Before anything is reset: the runs that end take their results along.
+    const QList<ModalFrame*> ended = endModalFrames(left, screenName);
     if (!left.isEmpty()) {
         if (SlGfwScreen* old = screenRef(left))
             if (SlGfwDialogForm* form = existingForm(old->formName()))
@@ -240,38 +242,73 @@ bool SlGfwHmiDialog::switchToScreen(const QString& screenName, const QString& pr
         onShowMenu(menu, screenName);
     }
     screen->setModalResult(QVariant());
-    applyProperties(screenName, properties);
-    if (form)
-        form->attachedToScreen(screenName);
-    emit activeScreenChanged(screenName);
-    endModalFrames(left, screenName);
-    return true;
-}
-
-void SlGfwHmiDialog::endModalFrames(const QString& left, const QString& target)
-{
-    // Showing a screen again leaves nothing, also not a modal run of the
-    // screen that was already shown.
-    if (m_modal.isEmpty() || left == target)
-        return;
-    // Going back to the screen that opened a modal screen ends that one
-    // and every modal screen opened above it; leaving the topmost modal
-    // screen for any other screen ends just that one.
-    int from = -1;
-    for (int i = m_modal.size() - 1; i >= 0; --i) {
-        if (m_modal.at(i)->caller == target) {
-            from = i;
+    // Leaving a run of this screen over itself brings back what the screen
+    // showed before it.
+    for (ModalFrame* f : ended) {
+        if (form && f->screen == screenName && f->caller == screenName) {
+            for (const QPair<int, QVariant>& saved : qAsConst(f->savedProperties))
+                form->metaObject()->property(saved.first).write(form, saved.second);
             break;
         }
     }
-    if (from < 0 && m_modal.last()->screen == left)
-        from = m_modal.size() - 1;
-    if (from < 0)
-        return;
-    for (int i = from; i < m_modal.size(); ++i) {
-        m_modal.at(i)->done = true;
-        m_modal.at(i)->loop->quit();
+    applyProperties(screenName, properties);
+    for (ModalFrame* f : qAsConst(m_modal))
+        f->opening = false;
+    if (form)
+        form->attachedToScreen(screenName);
+    emit activeScreenChanged(screenName);
+    return true;
+}
+
+QList<SlGfwHmiDialog::ModalFrame*> SlGfwHmiDialog::endModalFrames(const QString& left, const QString& target)
+{
+    int from = -1;
+    if (left == target) {
+        // Showing a screen again leaves nothing, but for a run of that screen
+        // opened over itself, once it is under way: going back to its caller
+        // is going back to the same screen.
+        for (int i = m_modal.size() - 1; i >= 0; --i) {
+            const ModalFrame* f = m_modal.at(i);
+            if (f->done)
+                continue;
+            if (!f->opening && f->screen == target && f->caller == target)
+                from = i;
+            break;
+        }
+    } else {
+        // Going back to the screen that opened a modal screen ends that one
+        // and every modal screen opened above it; leaving the topmost modal
+        // screen for any other screen ends just that one.
+        for (int i = m_modal.size() - 1; i >= 0; --i) {
+            if (!m_modal.at(i)->done && m_modal.at(i)->caller == target) {
+                from = i;
+                break;
+            }
+        }
+        if (from < 0) {
+            for (int i = m_modal.size() - 1; i >= 0; --i) {
+                if (m_modal.at(i)->done)
+                    continue;
+                if (m_modal.at(i)->screen == left)
+                    from = i;
+                break;
+            }
+        }
     }
+    QList<ModalFrame*> ended;
+    if (from < 0)
+        return ended;
+    for (int i = from; i < m_modal.size(); ++i) {
+        ModalFrame* f = m_modal.at(i);
+        if (f->done)
+            continue;
+        if (SlGfwScreen* s = screenRef(f->screen))
+            f->result = s->modalResult();
+        f->done = true;
+        f->loop->quit();
+        ended.append(f);
+    }
+    return ended;
 }
 
 QVariant SlGfwHmiDialog::execModalScreen(const QString& screenName, const QString& properties)
@@ -286,6 +323,17 @@ QVariant SlGfwHmiDialog::execModalScreen(const QString& screenName, const QStrin
     frame.screen = screenName;
     frame.caller = m_activeScreen;
     frame.loop = &loop;
+    if (frame.caller == screenName) {
+        // Run over itself: the opener comes back to this screen as it is now.
+        if (SlGfwDialogForm* form = existingForm(screen->formName())) {
+            const QMetaObject* meta = form->metaObject();
+            for (int i = SlGfwDialogForm::staticMetaObject.propertyCount(); i < meta->propertyCount(); ++i) {
+                const QMetaProperty prop = meta->property(i);
+                if (prop.isReadable() && prop.isWritable())
+                    frame.savedProperties.append(qMakePair(i, prop.read(form)));
+            }
+        }
+    }
     m_modal.append(&frame);
     QPointer<SlGfwScreen> guard(screen);
     switchToScreen(screenName, properties);
@@ -293,6 +341,8 @@ QVariant SlGfwHmiDialog::execModalScreen(const QString& screenName, const QStrin
     if (!frame.done)
         loop.exec();
     m_modal.removeOne(&frame);
+    if (frame.done)
+        return frame.result;
     return guard ? guard->modalResult() : QVariant();
 }
 

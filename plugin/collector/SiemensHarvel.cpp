@@ -3,6 +3,7 @@
 #include "AppCfg.h"
 #include "Logger.h"
 #include "MiscUtility.h"
+#include "SiemensHarvelFormIMSG.h"
 #include "SiemensNC.h"
 #include "SlGfwDialogForm.h"
 #include "ZynNetServerCallback.h"
@@ -149,8 +150,11 @@ void SiemensHarvel::onShowMenu(const QString& menu, const QString& screen)
         if (!m_formName.isEmpty() && m_formName == QLatin1String("formIMSG")) {
             // The platform has just rebuilt the keys from the configuration;
             // the message's form sets those of its style again here.
-            if (SlGfwDialogForm* form = formRef(m_formName))
+            if (SlGfwDialogForm* form = formRef(m_formName)) {
+                if (auto* message = qobject_cast<SiemensHarvelFormIMSG*>(form))
+                    message->SetSoftKeyByMsgStyle();
                 releaseFormRef(form);
+            }
         }
     }
 }

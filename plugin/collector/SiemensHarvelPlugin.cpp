@@ -1,7 +1,10 @@
 #include "SiemensHarvelPlugin.h"
 
 #include "SiemensHarvel.h"
+#include "SiemensHarvelFormIMSG.h"
+#include "SiemensHarvelFormMessage.h"
 #include "SlGfwDialogCreatorV2.h"
+#include "SlGfwDialogFormCreatorV2.h"
 
 namespace {
 const char kVersionInfo[] = "@(#) $program_version_id:\n01.01.00.00\n";
@@ -15,6 +18,9 @@ SiemensHarvelPlugin::SiemensHarvelPlugin() : SlGfwPluginByMakroBaseV2(QString())
     // forms (report, test, log, log export, settings, sphere centre, file
     // browser, UGUD, work offset axes map, message, interactive message).
     registerCreator(new SlGfwDialogCreatorV2<SiemensHarvel>(QStringLiteral("SiemensHarvel")));
+    registerCreator(
+        new SlGfwDialogFormCreatorV2<SiemensHarvelFormMessage>(QStringLiteral("SiemensHarvelFormMessage")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormIMSG>(QStringLiteral("SiemensHarvelFormIMSG")));
 }
 
 extern "C" Q_DECL_EXPORT SlGfwPlugin* sl_gfw_instantiate_plugin()
