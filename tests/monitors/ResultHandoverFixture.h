@@ -80,22 +80,20 @@ public:
                == 0;
     }
 
-    // What an NC program does: waits until the last result has been taken
-    // and the 0 has gone round the hotlink (a 1 written before that would
-    // not be seen as a change), writes the file and raises the flag. It also
-    // waits for the next second: the journal is named to the second, and a
-    // second result within it replaces the first by design.
+    // What an NC program does once its last result has been taken: lets
+    // the 0 go round the hotlink (a 1 written before that would not be seen
+    // as a change), writes the file and raises the flag. It also waits for
+    // the next second: the journal is named to the second, and a second
+    // result within it replaces the one before by design.
     bool Deliver(const QByteArray& content)
     {
         const int period = m_host->nc()->updatePeriodMs();
+        const QString taken = Second();
         QElapsedTimer settle;
         settle.start();
-        while (settle.elapsed() < 2 * period || Second() == m_lastSecond)
+        while (settle.elapsed() < 2 * period || Second() == taken)
             QTest::qWait(10);
-        if (!WriteFile(ResultFile(), content))
-            return false;
-        m_lastSecond = Second();
-        return SetTmrFile(1);
+        return WriteFile(ResultFile(), content) && SetTmrFile(1);
     }
 
     // The journal of the last good hand-over, from its log line; empty if none.
@@ -155,5 +153,4 @@ public:
 private:
     QTemporaryDir m_machine;
     QScopedPointer<HmiHost> m_host;
-    QString m_lastSecond;
 };
