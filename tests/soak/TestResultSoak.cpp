@@ -10,12 +10,22 @@
 
 #include "ResultHandoverFixture.h"
 
+#include <QApplication>
 #include <QCryptographicHash>
 #include <QRandomGenerator>
 #include <QSet>
 #include <QTimer>
 
 #include <csignal>
+
+namespace {
+
+int Results()
+{
+    return qEnvironmentVariableIsSet("HARVEL_SOAK_RESULTS") ? qEnvironmentVariableIntValue("HARVEL_SOAK_RESULTS") : 20;
+}
+
+} // namespace
 
 class TestResultSoak : public QObject
 {
@@ -36,7 +46,7 @@ QByteArray Hash(const QByteArray& content)
 
 void TestResultSoak::everyResultReachesAClientThatComesAndGoes()
 {
-    const int results = qEnvironmentVariableIsSet("HARVEL_SOAK_RESULTS") ? qEnvironmentVariableIntValue("HARVEL_SOAK_RESULTS") : 20;
+    const int results = Results();
     const quint32 seed = qEnvironmentVariableIsSet("HARVEL_SOAK_SEED")
                              ? static_cast<quint32>(qEnvironmentVariableIntValue("HARVEL_SOAK_SEED"))
                              : QRandomGenerator::global()->generate();
@@ -115,5 +125,15 @@ void TestResultSoak::everyResultReachesAClientThatComesAndGoes()
     m.Stop();
 }
 
-QTEST_MAIN(TestResultSoak)
+int main(int argc, char** argv)
+{
+    // A full run takes longer than QtTest's five minutes for one function;
+    // a second per result and two minutes to spare.
+    if (!qEnvironmentVariableIsSet("QTEST_FUNCTION_TIMEOUT"))
+        qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number(qMax(300000, Results() * 1500 + 120000)));
+    QApplication app(argc, argv);
+    TestResultSoak test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
 #include "TestResultSoak.moc"
