@@ -146,10 +146,11 @@ void Subscriber::OnWriteDone(bool ok)
                                     ok ? ZYN_LOG_SUCCEEDED : ZYN_LOG_FAILED);
         }
     }
-    if (!ok) {
+    // A cancel that came while this write was pending has left the finish
+    // to us: Pump makes it now that nothing is in flight, or the call never
+    // ends and the server's stop waits for it for ever.
+    if (!ok)
         FinishLocked(grpc::Status(grpc::StatusCode::CANCELLED, "stream broken"));
-        return;
-    }
     Pump();
 }
 

@@ -235,6 +235,7 @@ private slots:
     void notificationsAndLogFilesReachSubscribers();
     void aWaitingMessageHoldsUpNobodyElse();
     void stopReturnsWhileACallbackWaits();
+    void stopReturnsAfterASubscriberLeftMidFile();
     void clientsArriveOnceAndLeave();
     void tlsComesFromTheConfigurationFile();
     void aVanishedSubscriberIsReportedGone();
@@ -897,6 +898,39 @@ void TestNetServer::stopReturnsWhileACallbackWaits()
     ReadRVarReply reply;
     QVERIFY(again.Read(1, 1, reply).ok());
     QCOMPARE(reply.values(0), 1.25);
+}
+
+void TestNetServer::stopReturnsAfterASubscriberLeftMidFile()
+{
+    // Clients that leave while a chunk of a large journal is being written
+    // to them: the cancel and the failed write may reach the subscription in
+    // either order, and it must end either way.
+    const std::string journal = m_lib.journalDir + "/Telmor20261122020304.cna";
+    WriteFile(journal, std::string(8 * 1024 * 1024, 'x'));
+    QVERIFY(!m_lib.notifyJournal(journal.c_str()));
+    for (int i = 0; i < 40; ++i) {
+        Client client(m_lib.address);
+        grpc::ClientContext ctx;
+        SubscribeRequest request;
+        request.set_journals(true);
+        std::unique_ptr<grpc::ClientReader<Notification>> reader = client.notifications->Subscribe(&ctx, request);
+        Notification n;
+        for (int chunk = 0; chunk < i % 8 && reader->Read(&n); ++chunk) {
+        }
+        ctx.TryCancel();
+        reader->Finish();
+    }
+
+    // A subscription that never ends makes the stop wait for it for ever.
+    auto stopped = std::make_shared<std::promise<void>>();
+    std::future<void> done = stopped->get_future();
+    std::thread([this, stopped] {
+        m_lib.stopServer();
+        stopped->set_value();
+    }).detach();
+    if (done.wait_for(std::chrono::seconds(30)) != std::future_status::ready)
+        qFatal("StopServer did not return after subscribers left in the middle of a file");
+    m_lib.releaseInstance();
 }
 
 void TestNetServer::clientsArriveOnceAndLeave()

@@ -1,0 +1,156 @@
+#pragma once
+
+// A virtual machine with the plug-in installed by the install script and
+// started by the operator interface hosted in the test, for following
+// measurement results from the NC program's side: the result file written
+// into the NC's file system, TMR_FILE raised, and the journal looked for
+// where the plug-in must leave it.
+
+#include "HmiHost.h"
+#include "VirtualNc.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+
+class ResultHandoverFixture
+{
+public:
+    static constexpr const char* kTmrFile = "/NC/_N_NC_GD3_ACX/TMR_FILE";
+
+    static QString BinaryDir() { return QString::fromLocal8Bit(qgetenv("HARVEL_BINARY_DIR")); }
+
+    // netServer: an ADDRESS:PORT for the net server, or empty for none.
+    bool Install(const QString& netServer)
+    {
+        if (!m_machine.isValid())
+            return false;
+        const QString net = netServer.isEmpty() ? QString() : QStringLiteral("--net-server %1").arg(netServer);
+        const QString command = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' %3 '%4' >/dev/null")
+                                    .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), net, m_machine.path());
+        return std::system(command.toLocal8Bit().constData()) == 0;
+    }
+
+    QStringList Start()
+    {
+        m_host.reset(new HmiHost);
+        return m_host->start(m_machine.path());
+    }
+
+    void Stop()
+    {
+        if (m_host)
+            m_host->shutdown();
+        m_host.reset();
+    }
+
+    QString MachineDir() const { return m_machine.path(); }
+    QString ApplDir() const
+    {
+        return QFileInfo(m_machine.path() + QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/appl")).canonicalFilePath();
+    }
+    // The default result file //NC/WKS.DIR/TELMOR.WPD/RESULT.MPF.
+    QString ResultFile() const { return m_machine.path() + QStringLiteral("/nc/WKS.DIR/TELMOR.WPD/RESULT.MPF"); }
+    // The default target //127.0.0.1/telmor.
+    QString TargetJournalDir() const { return m_machine.path() + QStringLiteral("/net/127.0.0.1/telmor/Journal"); }
+    QString NetJournalDir() const { return ApplDir() + QStringLiteral("/zyn/journal"); }
+    QString Log() const { return QString::fromUtf8(ReadFile(ApplDir() + QStringLiteral("/logs/SiemensHarvel.log"))); }
+
+    CtlResult Nc(const QStringList& args) { return m_host->nc()->control(args); }
+    QString TmrFile() { return Nc({QStringLiteral("get"), QLatin1String(kTmrFile)}).out.trimmed(); }
+    bool SetTmrFile(int value)
+    {
+        return Nc({QStringLiteral("set"), QLatin1String(kTmrFile), QString::number(value)}).code == 0;
+    }
+    bool Fault(const QString& op, const QString& pattern, const QString& code)
+    {
+        return Nc({QStringLiteral("fault"), op, pattern, QStringLiteral("--code"), code, QStringLiteral("--times"),
+                   QStringLiteral("1")})
+                   .code
+               == 0;
+    }
+
+    // What an NC program does once its last result has been taken: lets
+    // the 0 go round the hotlink (a 1 written before that would not be seen
+    // as a change), writes the file and raises the flag. It also waits for
+    // the next second: the journal is named to the second, and a second
+    // result within it replaces the one before by design.
+    bool Deliver(const QByteArray& content)
+    {
+        const int period = m_host->nc()->updatePeriodMs();
+        const QString taken = Second();
+        QElapsedTimer settle;
+        settle.start();
+        while (settle.elapsed() < 2 * period || Second() == taken)
+            QTest::qWait(10);
+        return WriteFile(ResultFile(), content) && SetTmrFile(1);
+    }
+
+    // The journal of the last good hand-over, from its log line; empty if none.
+    QString LastJournal() const
+    {
+        const QRegularExpression line(QStringLiteral("Handle TMR result file succeeded\\. ResultFile=(\\S+\\.cna)\n"));
+        QString last;
+        auto it = line.globalMatch(Log());
+        while (it.hasNext())
+            last = it.next().captured(1);
+        return last;
+    }
+
+    static QString Second() { return QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddhhmmss")); }
+
+    static bool WriteFile(const QString& path, const QByteArray& content)
+    {
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(content) == content.size();
+    }
+
+    static QByteArray ReadFile(const QString& path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+    }
+
+    static QStringList Files(const QString& dir, const QString& pattern)
+    {
+        return QDir(dir).entryList({pattern}, QDir::Files, QDir::Name);
+    }
+
+    // The port a server started on port 0 got, asked of the loaded library.
+    quint16 ServerPort() const
+    {
+        const QByteArray path = QFile::encodeName(ApplDir() + QStringLiteral("/libZynNetServer.so"));
+        void* handle = dlopen(path.constData(), RTLD_NOW | RTLD_NOLOAD);
+        if (!handle)
+            return 0;
+        quint16 port = 0;
+        if (auto getPort = reinterpret_cast<unsigned short (*)()>(dlsym(handle, "GetServerPort")))
+            port = getPort();
+        dlclose(handle);
+        return port;
+    }
+
+    // harvel-client watching for journals, saving them into dir.
+    static void StartWatch(QProcess& client, const QString& server, const QString& dir)
+    {
+        client.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        client.setStandardOutputFile(QProcess::nullDevice());
+        client.start(BinaryDir() + QStringLiteral("/bin/harvel-client"),
+                     {QStringLiteral("--server"), server, QStringLiteral("watch"), QStringLiteral("--journals"), dir});
+    }
+
+private:
+    QTemporaryDir m_machine;
+    QScopedPointer<HmiHost> m_host;
+};
