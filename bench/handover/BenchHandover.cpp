@@ -7,6 +7,7 @@
 // same file, and the period at which a hotlink delivers changes. The
 // target is one period plus twice the copy.
 
+#include "BenchMachine.h"
 #include "HmiHost.h"
 #include "VirtualNc.h"
 
@@ -28,8 +29,6 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTimer>
-
-#include <dlfcn.h>
 
 #include <algorithm>
 #include <atomic>
@@ -71,19 +70,6 @@ bool Serve(Done done, int limitMs = 30000)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
     }
     return true;
-}
-
-unsigned short ServerPort(const QString& applDir)
-{
-    const QByteArray path = QFile::encodeName(QFileInfo(applDir + QStringLiteral("/libZynNetServer.so")).canonicalFilePath());
-    void* handle = dlopen(path.constData(), RTLD_NOW | RTLD_NOLOAD);
-    if (!handle)
-        return 0;
-    unsigned short port = 0;
-    if (auto getPort = reinterpret_cast<unsigned short (*)()>(dlsym(handle, "GetServerPort")))
-        port = getPort();
-    dlclose(handle);
-    return port;
 }
 
 // The measurement application's side: a journal subscription on a thread
@@ -202,40 +188,38 @@ int main(int argc, char** argv)
     const bool quick = qgetenv("HARVEL_BENCH_QUICK") == "1" || app.arguments().contains(QStringLiteral("--quick"));
     const int samples = quick ? 3 : 10;
 
-    QTemporaryDir machine;
-    const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' --net-server 127.0.0.1:0 '%3' >/dev/null")
-                                .arg(QStringLiteral(HARVEL_BINARY_DIR), QStringLiteral(HARVEL_INSTALL_SCRIPT),
-                                     machine.path());
-    if (!machine.isValid() || std::system(install.toLocal8Bit().constData()) != 0) {
-        std::fprintf(stderr, "bench: cannot install the plug-in\n");
+    BenchMachine machine;
+    QString error;
+    if (!machine.Install(true, error)) {
+        std::fprintf(stderr, "bench: %s\n", qPrintable(error));
         return 1;
     }
     HmiHost host;
-    const QStringList problems = host.start(machine.path());
+    const QStringList problems = host.start(machine.Path());
     if (!problems.isEmpty()) {
         std::fprintf(stderr, "bench: %s\n", qPrintable(problems.join(QLatin1Char('\n'))));
         return 1;
     }
-    const unsigned short port =
-        ServerPort(machine.path() + QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/appl"));
+    const unsigned short port = machine.ServerPort();
     if (port == 0) {
         std::fprintf(stderr, "bench: the plug-in's net server did not start\n");
         return 1;
     }
     VirtualNc* nc = host.nc();
-    const QString resultFile = machine.path() + QStringLiteral("/nc/WKS.DIR/TELMOR.WPD/RESULT.MPF");
+    const QString resultFile = machine.Path() + QStringLiteral("/nc/WKS.DIR/TELMOR.WPD/RESULT.MPF");
     JournalClient client("127.0.0.1:" + std::to_string(port));
 
     // One result as the NC program gives it. The journal is named to the
-    // second, so a result waits for a new second; and for two hotlink
-    // periods, so that the 0 of the last one has gone round.
+    // second, so a result waits for a new second; and for three hotlink
+    // periods: the 0 of the last one goes round up to a period after its 1,
+    // and a 1 within a period of that would wait for the next slot.
     const int period = nc->updatePeriodMs();
     auto handOver = [&](const QByteArray& content, double& ms) {
         const QString last = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddhhmmss"));
         QElapsedTimer settle;
         settle.start();
         Serve([&] {
-            return settle.elapsed() >= 2 * period
+            return settle.elapsed() >= 3 * period
                    && QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddhhmmss")) != last;
         });
         QFile file(resultFile);
@@ -274,7 +258,7 @@ int main(int argc, char** argv)
             }
             times.push_back(ms);
         }
-        const double copyMs = CopyMs(resultFile, machine.path(), samples);
+        const double copyMs = CopyMs(resultFile, machine.Path(), samples);
         const double target = hotlinkMs + 2 * copyMs;
         const double median = Median(times);
         const double worst = *std::max_element(times.begin(), times.end());

@@ -4,6 +4,7 @@
 // virtual NC. Beside it a bare gRPC unary echo of the same size, measured
 // in the same run; then reads per second with 1, 4 and 16 clients.
 
+#include "BenchMachine.h"
 #include "HmiHost.h"
 #include "VirtualNc.h"
 #include "NetLoad.h"
@@ -15,8 +16,6 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -25,7 +24,6 @@
 #include <functional>
 #include <thread>
 #include <vector>
-
 
 namespace {
 
@@ -56,19 +54,6 @@ double Throughput(int clients, double seconds, const std::function<benchnet::Cal
 }
 
 // The port the plug-in's net server took, asked of the library it loaded.
-unsigned short ServerPort(const QString& applDir)
-{
-    const QByteArray path = QFile::encodeName(QFileInfo(applDir + QStringLiteral("/libZynNetServer.so")).canonicalFilePath());
-    void* handle = dlopen(path.constData(), RTLD_NOW | RTLD_NOLOAD);
-    if (!handle)
-        return 0;
-    unsigned short port = 0;
-    if (auto getPort = reinterpret_cast<unsigned short (*)()>(dlsym(handle, "GetServerPort")))
-        port = getPort();
-    dlclose(handle);
-    return port;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -80,22 +65,19 @@ int main(int argc, char** argv)
     const double seconds = quick ? 0.5 : 3.0;
 
     // The machine: the plug-in installed with its net server on a free port.
-    QTemporaryDir machine;
-    const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' --net-server 127.0.0.1:0 '%3' >/dev/null")
-                                .arg(QStringLiteral(HARVEL_BINARY_DIR), QStringLiteral(HARVEL_INSTALL_SCRIPT),
-                                     machine.path());
-    if (!machine.isValid() || std::system(install.toLocal8Bit().constData()) != 0) {
-        std::fprintf(stderr, "bench: cannot install the plug-in\n");
+    BenchMachine machine;
+    QString error;
+    if (!machine.Install(true, error)) {
+        std::fprintf(stderr, "bench: %s\n", qPrintable(error));
         return 1;
     }
     HmiHost host;
-    const QStringList problems = host.start(machine.path());
+    const QStringList problems = host.start(machine.Path());
     if (!problems.isEmpty()) {
         std::fprintf(stderr, "bench: %s\n", qPrintable(problems.join(QLatin1Char('\n'))));
         return 1;
     }
-    const unsigned short port =
-        ServerPort(machine.path() + QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/appl"));
+    const unsigned short port = machine.ServerPort();
     if (port == 0) {
         std::fprintf(stderr, "bench: the plug-in's net server did not start\n");
         return 1;

@@ -9,6 +9,7 @@
 // Each mode runs in a child process of its own: one plug-in per process,
 // as on the machine.
 
+#include "BenchMachine.h"
 #include "HmiHost.h"
 #include "VirtualNc.h"
 
@@ -26,8 +27,6 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTimer>
-
-#include <dlfcn.h>
 
 #include <algorithm>
 #include <atomic>
@@ -101,20 +100,6 @@ QString RequestLine(int i)
     }
 }
 
-unsigned short ServerPort(const QString& applDir)
-{
-    const QByteArray path =
-        QFile::encodeName(QFileInfo(applDir + QStringLiteral("/libZynNetServer.so")).canonicalFilePath());
-    void* handle = dlopen(path.constData(), RTLD_NOW | RTLD_NOLOAD);
-    if (!handle)
-        return 0;
-    unsigned short port = 0;
-    if (auto getPort = reinterpret_cast<unsigned short (*)()>(dlsym(handle, "GetServerPort")))
-        port = getPort();
-    dlclose(handle);
-    return port;
-}
-
 // Sends all count requests at once, as calls of their own on one
 // connection, while this thread serves the plug-in; the number that came
 // back carried out.
@@ -148,23 +133,19 @@ int SendBurst(const std::string& address, int count)
 int RunMode(bool netServer, bool quick)
 {
     const int count = quick ? 200 : 1000;
-    QTemporaryDir machine;
-    const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' %3 '%4' >/dev/null")
-                                .arg(QStringLiteral(HARVEL_BINARY_DIR), QStringLiteral(HARVEL_INSTALL_SCRIPT),
-                                     netServer ? QStringLiteral("--net-server 127.0.0.1:0") : QString(),
-                                     machine.path());
-    if (!machine.isValid() || std::system(install.toLocal8Bit().constData()) != 0) {
-        std::fprintf(stderr, "bench: cannot install the plug-in\n");
+    BenchMachine machine;
+    QString error;
+    if (!machine.Install(netServer, error)) {
+        std::fprintf(stderr, "bench: %s\n", qPrintable(error));
         return 1;
     }
-    const QString applDir = machine.path() + QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/appl");
     {
-        QSettings ini(machine.path() + QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI"),
+        QSettings ini(machine.CfgDir() + QStringLiteral("/TMRNC.INI"),
                       QSettings::IniFormat);
         ini.setValue(QStringLiteral("TMRNC/wofsaxes"), QStringLiteral("1-2-3-0-0-0"));
     }
     HmiHost host;
-    const QStringList problems = host.start(machine.path());
+    const QStringList problems = host.start(machine.Path());
     if (!problems.isEmpty()) {
         std::fprintf(stderr, "bench: %s\n", qPrintable(problems.join(QLatin1Char('\n'))));
         return 1;
@@ -178,7 +159,7 @@ int RunMode(bool netServer, bool quick)
     QElapsedTimer clock;
     int carriedOut = 0;
     if (netServer) {
-        const unsigned short port = ServerPort(applDir);
+        const unsigned short port = machine.ServerPort();
         if (port == 0) {
             std::fprintf(stderr, "bench: the plug-in's net server did not start\n");
             return 1;
@@ -189,7 +170,7 @@ int RunMode(bool netServer, bool quick)
     } else {
         // Written aside and put in place in one step, so that no pass sees
         // half of the burst.
-        const QString target = machine.path() + QStringLiteral("/net/127.0.0.1/telmor");
+        const QString target = machine.Path() + QStringLiteral("/net/127.0.0.1/telmor");
         const QString staging = target + QStringLiteral("/staging");
         QDir().mkpath(staging);
         QDir(target + QStringLiteral("/req")).removeRecursively();
