@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QPair>
 #include <QPointer>
+#include <QSet>
 #include <QVariant>
 
 class QEventLoop;
@@ -104,6 +105,9 @@ private:
     QHash<QString, SlGfwScreen*> m_screens;
     QHash<QString, QPointer<SlGfwDialogForm>> m_forms;
     QHash<QString, int> m_formRefs;
+    // Forms that could not be made and have been reported: a plug-in that
+    // asks again on every event would otherwise flood the output.
+    QSet<QString> m_formErrorsReported;
     QString m_activeScreen;
     QList<ModalFrame*> m_modal;
 };

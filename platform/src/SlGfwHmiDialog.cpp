@@ -141,7 +141,10 @@ SlGfwDialogForm* SlGfwHmiDialog::ensureForm(const QString& name)
         error = QStringLiteral("no operator interface to make it");
     if (!form) {
         const QString text = QStringLiteral("Form %1 of class %2 cannot be made: %3").arg(name, cls, error);
-        qWarning().noquote() << text;
+        if (!m_formErrorsReported.contains(name)) {
+            m_formErrorsReported.insert(name);
+            qWarning().noquote() << text;
+        }
         for (SlGfwScreen* screen : qAsConst(m_screens))
             if (screen->formName() == name)
                 screen->setFormError(text);
