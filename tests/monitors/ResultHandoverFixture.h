@@ -7,6 +7,7 @@
 // where the plug-in must leave it.
 
 #include "HmiHost.h"
+#include "NetLinkFixture.h"
 #include "VirtualNc.h"
 
 #include <QDateTime>
@@ -18,8 +19,6 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
-
-#include <dlfcn.h>
 
 #include <cstdlib>
 
@@ -128,18 +127,7 @@ public:
     }
 
     // The port a server started on port 0 got, asked of the loaded library.
-    quint16 ServerPort() const
-    {
-        const QByteArray path = QFile::encodeName(ApplDir() + QStringLiteral("/libZynNetServer.so"));
-        void* handle = dlopen(path.constData(), RTLD_NOW | RTLD_NOLOAD);
-        if (!handle)
-            return 0;
-        quint16 port = 0;
-        if (auto getPort = reinterpret_cast<unsigned short (*)()>(dlsym(handle, "GetServerPort")))
-            port = getPort();
-        dlclose(handle);
-        return port;
-    }
+    quint16 ServerPort() const { return NetLinkFixture::ServerPort(ApplDir()); }
 
     // harvel-client watching for journals, saving them into dir.
     static void StartWatch(QProcess& client, const QString& server, const QString& dir)

@@ -8,7 +8,6 @@
 #include "SiemensAPIOperate.h"
 #include "SiemensAxisPosMonitor.h"
 
-#include <QThreadPool>
 
 namespace {
 
@@ -64,9 +63,6 @@ void TestSiemensAxisPosMonitor::cleanupTestCase()
 {
     m_watch.Stop();
     TestLog::stop();
-    // The logger's pool thread ends now, not in the race with the exit of
-    // the process, where the leak checker would count its thread data.
-    QThreadPool::globalInstance()->waitForDone();
 }
 
 void TestSiemensAxisPosMonitor::init()

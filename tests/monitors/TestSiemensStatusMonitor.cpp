@@ -7,7 +7,6 @@
 #include "SiemensAPIOperate.h"
 #include "SiemensStatusMonitor.h"
 
-#include <QThreadPool>
 
 class TestSiemensStatusMonitor : public QObject
 {
@@ -66,9 +65,6 @@ void TestSiemensStatusMonitor::cleanupTestCase()
 {
     m_watch.Stop();
     TestLog::stop();
-    // The logger's pool thread ends now, not in the race with the exit of
-    // the process, where the leak checker would count its thread data.
-    QThreadPool::globalInstance()->waitForDone();
 }
 
 void TestSiemensStatusMonitor::init()
