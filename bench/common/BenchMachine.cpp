@@ -1,5 +1,7 @@
 #include "BenchMachine.h"
 
+#include "HmiHost.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -18,6 +20,21 @@ bool BenchMachine::Install(bool netServer, QString& error)
                                      netServer ? QStringLiteral("--net-server 127.0.0.1:0") : QString(), Path());
     if (std::system(command.toLocal8Bit().constData()) != 0) {
         error = QStringLiteral("cannot install the plug-in");
+        return false;
+    }
+    m_netServer = netServer;
+    return true;
+}
+
+bool BenchMachine::Start(HmiHost& host, QString& error)
+{
+    const QStringList problems = host.start(Path());
+    if (!problems.isEmpty()) {
+        error = problems.join(QLatin1Char('\n'));
+        return false;
+    }
+    if (m_netServer && ServerPort() == 0) {
+        error = QStringLiteral("the plug-in's net server did not start");
         return false;
     }
     return true;

@@ -3,15 +3,21 @@
 #include <QString>
 #include <QTemporaryDir>
 
+class HmiHost;
+
 // A virtual machine in a temporary folder with the plug-in installed by the
-// install script, as the benchmarks that run the whole chain need it. The
-// benchmark then hosts the HMI on it itself.
+// install script, hosted in the benchmark's process, as the benchmarks that
+// run the whole chain need it.
 class BenchMachine
 {
 public:
     // netServer true installs with the net server on a free port of
     // 127.0.0.1. On false, error says why.
     bool Install(bool netServer, QString& error);
+
+    // Starts the operator interface on the machine; with the net server
+    // installed, also fails when it did not come up.
+    bool Start(HmiHost& host, QString& error);
 
     QString Path() const { return m_dir.path(); }
     QString ApplDir() const;
@@ -23,4 +29,5 @@ public:
 
 private:
     QTemporaryDir m_dir;
+    bool m_netServer = false;
 };

@@ -189,22 +189,13 @@ int main(int argc, char** argv)
     const int samples = quick ? 3 : 10;
 
     BenchMachine machine;
+    HmiHost host;
     QString error;
-    if (!machine.Install(true, error)) {
+    if (!machine.Install(true, error) || !machine.Start(host, error)) {
         std::fprintf(stderr, "bench: %s\n", qPrintable(error));
         return 1;
     }
-    HmiHost host;
-    const QStringList problems = host.start(machine.Path());
-    if (!problems.isEmpty()) {
-        std::fprintf(stderr, "bench: %s\n", qPrintable(problems.join(QLatin1Char('\n'))));
-        return 1;
-    }
     const unsigned short port = machine.ServerPort();
-    if (port == 0) {
-        std::fprintf(stderr, "bench: the plug-in's net server did not start\n");
-        return 1;
-    }
     VirtualNc* nc = host.nc();
     const QString resultFile = machine.Path() + QStringLiteral("/nc/WKS.DIR/TELMOR.WPD/RESULT.MPF");
     JournalClient client("127.0.0.1:" + std::to_string(port));

@@ -66,22 +66,13 @@ int main(int argc, char** argv)
 
     // The machine: the plug-in installed with its net server on a free port.
     BenchMachine machine;
+    HmiHost host;
     QString error;
-    if (!machine.Install(true, error)) {
+    if (!machine.Install(true, error) || !machine.Start(host, error)) {
         std::fprintf(stderr, "bench: %s\n", qPrintable(error));
         return 1;
     }
-    HmiHost host;
-    const QStringList problems = host.start(machine.Path());
-    if (!problems.isEmpty()) {
-        std::fprintf(stderr, "bench: %s\n", qPrintable(problems.join(QLatin1Char('\n'))));
-        return 1;
-    }
     const unsigned short port = machine.ServerPort();
-    if (port == 0) {
-        std::fprintf(stderr, "bench: the plug-in's net server did not start\n");
-        return 1;
-    }
     const std::string address = "127.0.0.1:" + std::to_string(port);
     for (int i = 0; i < 10; ++i)
         host.nc()->control({QStringLiteral("set"), QStringLiteral("/Channel/Parameter/r[u1,%1]").arg(10 + i),

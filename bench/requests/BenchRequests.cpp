@@ -145,9 +145,8 @@ int RunMode(bool netServer, bool quick)
         ini.setValue(QStringLiteral("TMRNC/wofsaxes"), QStringLiteral("1-2-3-0-0-0"));
     }
     HmiHost host;
-    const QStringList problems = host.start(machine.Path());
-    if (!problems.isEmpty()) {
-        std::fprintf(stderr, "bench: %s\n", qPrintable(problems.join(QLatin1Char('\n'))));
+    if (!machine.Start(host, error)) {
+        std::fprintf(stderr, "bench: %s\n", qPrintable(error));
         return 1;
     }
 
@@ -160,10 +159,6 @@ int RunMode(bool netServer, bool quick)
     int carriedOut = 0;
     if (netServer) {
         const unsigned short port = machine.ServerPort();
-        if (port == 0) {
-            std::fprintf(stderr, "bench: the plug-in's net server did not start\n");
-            return 1;
-        }
         probe.Start();
         clock.start();
         carriedOut = SendBurst("127.0.0.1:" + std::to_string(port), count);
