@@ -95,7 +95,7 @@ void TestZynNetServerCallback::cleanupTestCase()
 {
     CZynNetServerHost::Stop();
     m_receiver.Disconnect(&CZynNetServerCallback::m_instance);
-    CLogger::UnInitialize();
+    LogFile::Stop();
 }
 
 void TestZynNetServerCallback::init()

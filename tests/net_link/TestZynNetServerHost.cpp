@@ -57,7 +57,7 @@ void TestZynNetServerHost::cleanupTestCase()
 {
     CZynNetServerHost::Stop();
     m_receiver.Disconnect(&CZynNetServerCallback::m_instance);
-    CLogger::UnInitialize();
+    LogFile::Stop();
 }
 
 void TestZynNetServerHost::cleanup()
