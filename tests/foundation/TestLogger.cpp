@@ -62,15 +62,6 @@ private slots:
         delete m_tmp;
     }
 
-    void namesDerivedFromLogPath()
-    {
-        CLogger::SetLogFile(QStringLiteral("/card/x/logs/abc.log"));
-        QCOMPARE(CLogger::m_archiveDir, QStringLiteral("/card/x/logs/archives"));
-        QCOMPARE(CLogger::m_archiveSuffix, QStringLiteral(".log"));
-        QCOMPARE(CLogger::m_archiveFile, QStringLiteral("/card/x/logs/archives/abc_%1.log"));
-        QCOMPARE(CLogger::m_archiveFileNameFilters, QStringList{QStringLiteral("abc_????????.log")});
-    }
-
     void sameDayAppendsToOneFile()
     {
         Write(20260528, QStringLiteral("a"));

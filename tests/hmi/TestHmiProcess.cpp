@@ -178,20 +178,12 @@ void TestHmiProcess::typeIntoTheFocusedWidget()
 void TestHmiProcess::modalScreenIsOperatedThroughKeys()
 {
     QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("area"), QStringLiteral("TestArea")}).code, 0);
+    // The key answers before its modal screen ends; that screen's event loop
+    // serves the next commands.
     QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("key"), QStringLiteral("openModal")}).code, 0);
-    // The modal screen's event loop serves the next commands.
     QJsonObject s = state();
     QCOMPARE(s.value(QStringLiteral("screen")).toString(), QStringLiteral("screenModal"));
     QCOMPARE(s.value(QStringLiteral("modal")).toInt(), 1);
-    QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("key"), QStringLiteral("openNested")}).code, 0);
-    s = state();
-    QCOMPARE(s.value(QStringLiteral("screen")).toString(), QStringLiteral("screenNested"));
-    QCOMPARE(s.value(QStringLiteral("modal")).toInt(), 2);
-    QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("key"), QStringLiteral("--menu"), QStringLiteral("myVr"),
-                  QStringLiteral("--position"), QStringLiteral("8")}).code, 0);
-    s = state();
-    QCOMPARE(s.value(QStringLiteral("screen")).toString(), QStringLiteral("screenModal"));
-    QCOMPARE(s.value(QStringLiteral("status")).toArray().at(0).toString(), QStringLiteral("nested: doOK@2"));
     QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("key"), QStringLiteral("doCancel")}).code, 0);
     s = state();
     QCOMPARE(s.value(QStringLiteral("screen")).toString(), QStringLiteral("screenMain"));
@@ -214,7 +206,8 @@ void TestHmiProcess::disabledAndUnknownKeysAreRefused()
     QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("key"), QStringLiteral("disableFour")}).code, 0);
     QVERIFY(ctl({QStringLiteral("hmi"), QStringLiteral("key"), QStringLiteral("four")}).code != 0);
     QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("key"), QStringLiteral("screenMain")}).code, 0);
-    QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("key"), QStringLiteral("four")}).code, 0);
+    QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("key"), QStringLiteral("--menu"), QStringLiteral("myVr"),
+                  QStringLiteral("--position"), QStringLiteral("4")}).code, 0);
     // The machine area's keys drive the NC.
     QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("area"), QStringLiteral("AreaMachine")}).code, 0);
     QCOMPARE(ctl({QStringLiteral("hmi"), QStringLiteral("key"), QStringLiteral("modeJog")}).code, 0);

