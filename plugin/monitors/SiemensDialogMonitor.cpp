@@ -9,6 +9,8 @@
 #include "SlCapAdviseSpec.h"
 #include "SlCapData.h"
 
+#include <new>
+
 namespace {
 const char* const kDialogStateVar = "/NC/_N_NC_GD3_ACX/TMR_DIALOG_VINT[1]";
 const char* const kDialogPeer = "CNC program";
@@ -33,7 +35,7 @@ int CSiemensDialogMonitor::CreateDialogHandle()
 {
     QVector<SlCapAdviseSpec> specs;
     specs.append(SlCapAdviseSpec(QLatin1String(kDialogStateVar), SlCapData::standardUpdateRate(), 0.0, 0, 0));
-    m_pHotlink = new CSiemensHotlink(specs);
+    m_pHotlink = new (std::nothrow) CSiemensHotlink(specs);
     if (!m_pHotlink) {
         CLogger::Error(QStringLiteral("Cannot create dialog handle"), true);
         return -100;

@@ -10,6 +10,8 @@
 
 #include "SlCapData.h"
 
+#include <new>
+
 namespace {
 
 const char* const kTmrFileVarName = "/NC/_N_NC_GD3_ACX/TMR_FILE";
@@ -44,7 +46,7 @@ int CSiemensTmrResultMonitor::CreateHotlink()
     QVector<SlCapAdviseSpec> specs;
     specs.append(spec);
 
-    m_pHotlink = new CSiemensHotlink(specs);
+    m_pHotlink = new (std::nothrow) CSiemensHotlink(specs);
     if (!m_pHotlink) {
         CLogger::Error(QStringLiteral("Cannot create TMR result file handle"), true);
         return -100;
