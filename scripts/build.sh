@@ -14,5 +14,8 @@ done
 
 bash "$root/scripts/setup.sh"
 jobs=$(nproc 2>/dev/null || echo 2)
-cmake -S "$root" -B "$dir" -G Ninja -DHARVEL_SANITIZE=$sanitize >/dev/null
+# ccache, where a developer has it, lets several work trees share one cache.
+launcher=()
+command -v ccache >/dev/null 2>&1 && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+cmake -S "$root" -B "$dir" -G Ninja -DHARVEL_SANITIZE=$sanitize "${launcher[@]}" >/dev/null
 cmake --build "$dir" -j "$jobs"
