@@ -1,5 +1,7 @@
-"""harvel-client against the net server library over the test host: the
-exit codes and outputs that scripts rely on."""
+"""Two clients against the net server library over the test host:
+harvel-client with the exit codes and outputs that scripts rely on, and a
+client of another gRPC implementation (Python's grpcio) that must be served
+and refused alike."""
 import os
 import subprocess
 import sys
@@ -7,13 +9,18 @@ import tempfile
 import threading
 import time
 
+import grpc
+
 CLIENT, HOST = sys.argv[1], sys.argv[2]
+sys.path.insert(0, sys.argv[3])  # the generated stubs
+import harvel_net_v1_pb2 as pb  # noqa: E402
+import harvel_net_v1_pb2_grpc as rpc  # noqa: E402
+
 failures = []
 
 
 def run(args, server):
-    result = subprocess.run([CLIENT, "--server", server] + args, capture_output=True,
-                            timeout=60)
+    result = subprocess.run([CLIENT, "--server", server] + args, capture_output=True, timeout=60)
     return result.returncode, result.stdout.decode(), result.stderr.decode()
 
 
@@ -24,11 +31,11 @@ def expect(name, got, want):
 
 def main():
     with tempfile.TemporaryDirectory() as appl:
-        host = subprocess.Popen([HOST, appl], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                text=True)
+        host = subprocess.Popen([HOST, appl], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         try:
             port = int(host.stdout.readline().split()[1])
-            check(appl, "127.0.0.1:%d" % port, host)
+            check_client(appl, "127.0.0.1:%d" % port, host)
+            check_interop("127.0.0.1:%d" % port)
         finally:
             host.stdin.close()
             host.wait(timeout=30)
@@ -43,51 +50,48 @@ def tell(host, line):
     return host.stdout.readline().strip()
 
 
-def check(appl, server, host):
-    expect("read-r", run(["read-r", "0", "3"], server), (0, "0.25\n1.25\n2.25\n", ""))
-    expect("write-r", run(["write-r", "5", "-1.5", "2e3"], server)[0], 0)
-    expect("read back", run(["read-r", "5", "2"], server)[1], "-1.5\n2000\n")
-    # The machine's no: exit 1 and its words on stderr.
-    expect("out of range", run(["read-r", "99", "2"], server),
-           (1, "", "Address out of range [0, 99]\n"))
-    expect("select", run(["select", "PART.MPF"], server)[0], 0)
-    expect("select missing", run(["select", "MISSING.MPF"], server)[0:2], (1, ""))
-    expect("skip", run(["skip-position"], server)[1], "x=1.5\ny=-2.5\nz=3\na=0\nb=0\nc=0\n")
-    expect("message", run(["message", "--type", "1", "--style", "2", "--text", "Go?",
-                           "--input-name", "Part", "--id", "9"], server),
-           (0, "button=2\ninput=typed:Go?/Part\n", ""))
-    code, out, _ = run(["machine-config"], server)
-    expect("machine-config", (code, out.startswith('<?xml version="1.0"')), (0, True))
-    expect("calibration", run(["calibration"], server),
-           (1, "", "Cannot get rotab center (0x81501031)\n"))
-    expect("exists NC", run(["exists", "//NC/WKS.DIR/A.MPF"], server), (0, "yes\n", ""))
-    expect("exists local", run(["exists", appl + "/nothing"], server), (0, "no\n", ""))
-    # Refused before the machine is asked: a transport-level error.
-    expect("exists outside", run(["exists", "/etc/passwd"], server)[0], 2)
-    expect("exists dotdot", run(["exists", appl + "/../x"], server)[0], 2)
-
+def check_client(appl, server, host):
     payload = os.urandom(300000)
-    source = os.path.join(appl, "up.pdf")
+    source, target = os.path.join(appl, "up.pdf"), os.path.join(appl, "down.bin")
     with open(source, "wb") as f:
         f.write(payload)
-    expect("upload", run(["upload", "--type", "report", source], server), (0, "", ""))
-    target = os.path.join(appl, "down.bin")
-    expect("download", run(["download", source, target], server), (0, "", ""))
+    # (command, exit code, stdout, stderr); None: not looked at. Exit 1 is
+    # the machine's no with its words, 2 a refusal before it is asked.
+    table = [
+        (["read-r", "0", "3"], 0, "0.25\n1.25\n2.25\n", ""),
+        (["write-r", "5", "-1.5", "2e3"], 0, "", ""),
+        (["read-r", "5", "2"], 0, "-1.5\n2000\n", ""),
+        (["read-r", "99", "2"], 1, "", "Address out of range [0, 99]\n"),
+        (["select", "PART.MPF"], 0, "", ""),
+        (["select", "MISSING.MPF"], 1, "", None),
+        (["skip-position"], 0, "x=1.5\ny=-2.5\nz=3\na=0\nb=0\nc=0\n", ""),
+        (["message", "--type", "1", "--style", "2", "--text", "Go?", "--input-name", "Part", "--id", "9"],
+         0, "button=2\ninput=typed:Go?/Part\n", ""),
+        (["calibration"], 1, "", "Cannot get rotab center (0x81501031)\n"),
+        (["exists", "//NC/WKS.DIR/A.MPF"], 0, "yes\n", ""),
+        (["exists", appl + "/nothing"], 0, "no\n", ""),
+        (["exists", "/etc/passwd"], 2, "", None),
+        (["exists", appl + "/../x"], 2, "", None),
+        (["upload", "--type", "report", source], 0, "", ""),
+        (["download", source, target], 0, "", ""),
+        (["download", "//NC/NONE.MPF", target + "2"], 1, "", "File not found\n"),
+        (["request", "4 7 0 25 ANS25.RES"], 0, "carried out\n1.5\n", ""),
+        (["request", "3 7 1 25 1.5", "--name", "w.req"], 0, "carried out, kept\n", ""),
+        (["request", "1 7 0 G54"], 1, "failed\n", None),
+        (["read-r", "x", "1"], 2, None, None),
+        (["frobnicate"], 2, None, None),
+    ]
+    for args, code, out, err in table:
+        got = run(args, server)
+        expect(" ".join(args), got, (code, got[1] if out is None else out, got[2] if err is None else err))
+    expect("no server", run(["read-r", "0", "1"], "127.0.0.1:1")[0], 2)
+    code, out, _ = run(["machine-config"], server)
+    expect("machine-config", (code, out.startswith('<?xml version="1.0"')), (0, True))
     with open(target, "rb") as f:
         expect("download bytes", f.read() == payload, True)
-    expect("download missing", run(["download", "//NC/NONE.MPF", target + "2"], server),
-           (1, "", "File not found\n"))
-    expect("no partial file", os.path.exists(target + "2"), False)
+    expect("no partial file", [n for n in os.listdir(appl) if n.startswith("down.bin2")], [])
 
-    expect("request read", run(["request", "4 7 0 25 ANS25.RES"], server),
-           (0, "carried out\n1.5\n", ""))
-    expect("request kept", run(["request", "3 7 1 25 1.5", "--name", "w.req"], server),
-           (0, "carried out, kept\n", ""))
-    code, out, err = run(["request", "1 7 0 G54"], server)
-    expect("request failed", (code, out), (1, "failed\n"))
-
-    # watch: a journal is saved, then acknowledged; the next watch does not
-    # get it again.
+    # watch: a journal is saved, then acknowledged.
     journal_dir = os.path.join(appl, "zyn", "journal")
     with open(os.path.join(journal_dir, "Telmor20261122.cna"), "wb") as f:
         f.write(b"J" * 100000)
@@ -105,21 +109,34 @@ def check(appl, server, host):
     expect("notify journal", tell(host, "journal " + journal_dir + "/Telmor20261122.cna"), "ok")
     thread.join(60)
     code, out, _ = watcher[0] if watcher else (None, "", "")
-    lines = out.splitlines()
-    expect("watch code", code, 0)
-    expect("watch journal", lines[1] if len(lines) > 1 else "",
-           "journal Telmor20261122.cna 100000 saved %s/Telmor20261122.cna acknowledged" % saved)
-    expect("watch status", lines[0] if lines else "",
-           'program-status status=1 flag=1 program="P.MPF" text=" started"')
+    expect("watch", (code, out.splitlines()), (0, [
+        'program-status status=1 flag=1 program="P.MPF" text=" started"',
+        "journal Telmor20261122.cna 100000 saved %s/Telmor20261122.cna acknowledged" % saved]))
     with open(os.path.join(saved, "Telmor20261122.cna"), "rb") as f:
         expect("journal bytes", f.read(), b"J" * 100000)
-    expect("acknowledged", os.path.exists(
-        os.path.join(journal_dir, "acknowledged", "Telmor20261122.cna")), True)
+    expect("acknowledged", os.path.exists(os.path.join(journal_dir, "acknowledged", "Telmor20261122.cna")), True)
 
-    # Usage and transport errors.
-    expect("usage", run(["read-r", "x", "1"], server)[0], 2)
-    expect("unknown command", run(["frobnicate"], server)[0], 2)
-    expect("no server", run(["read-r", "0", "1"], "127.0.0.1:1")[0], 2)
+
+def check_interop(server):
+    with grpc.insecure_channel(server) as channel:
+        machine, files = rpc.MachineStub(channel), rpc.FilesStub(channel)
+        reply = machine.WriteRVar(pb.WriteRVarRequest(index=40, values=[1.5, -7e-3]), timeout=20)
+        expect("interop write", reply.ok, True)
+        reply = machine.ReadRVar(pb.ReadRVarRequest(index=39, count=3), timeout=20)
+        expect("interop read", (reply.ok, list(reply.values)), (True, [39.25, 1.5, -7e-3]))
+        reply = machine.ReadRVar(pb.ReadRVarRequest(index=98, count=5), timeout=20)
+        expect("interop no", (reply.ok, reply.err_info), (False, "Address out of range [0, 99]"))
+        try:
+            files.CheckFileExists(pb.PathRequest(path="/etc/passwd"), timeout=20)
+            failures.append("interop: a path outside the served folders was answered")
+        except grpc.RpcError as error:
+            expect("interop refused", error.code(), grpc.StatusCode.PERMISSION_DENIED)
+        # The standard health service, spoken without its own stubs:
+        # HealthCheckRequest{} is empty, SERVING is field 1 = 1.
+        health = channel.unary_unary("/grpc.health.v1.Health/Check",
+                                     request_serializer=lambda x: x, response_deserializer=lambda x: x)
+        expect("health", health(b"", timeout=20), b"\x08\x01")
+        expect("health of Machine", health(b"\x0a\x15harvel.net.v1.Machine", timeout=20), b"\x08\x01")
 
 
 if __name__ == "__main__":

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <type_traits>
 
 NetServerLibrary::~NetServerLibrary()
 {
@@ -31,41 +32,37 @@ bool NetServerLibrary::Load(const std::string& folder, const std::string& config
     // code that runs.
     if (!std::ifstream(copy)) {
         std::ifstream in(BuiltLibraryPath(), std::ios::binary);
-        std::ofstream out(copy, std::ios::binary | std::ios::trunc);
-        if (!in || !out) {
+        if (!in || !(std::ofstream(copy, std::ios::binary) << in.rdbuf())) {
             error = "cannot copy " + BuiltLibraryPath();
             return false;
         }
-        out << in.rdbuf();
     }
-    if (!config.empty()) {
-        std::ofstream out(folder + "/ZynNetServer.conf", std::ios::trunc);
-        out << config;
-    }
+    if (!config.empty())
+        std::ofstream(folder + "/ZynNetServer.conf", std::ios::trunc) << config;
     m_handle = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!m_handle) {
         error = dlerror();
         return false;
     }
-    auto resolve = [this](const char* name) { return dlsym(m_handle, name); };
-    createInstance = reinterpret_cast<ZynCreateInstanceFn>(resolve("CreateInstance"));
-    startServer = reinterpret_cast<ZynStartServerFn>(resolve("StartServer"));
-    stopServer = reinterpret_cast<ZynStopServerFn>(resolve("StopServer"));
-    releaseInstance = reinterpret_cast<ZynReleaseInstanceFn>(resolve("ReleaseInstance"));
-    notifyLogFile = reinterpret_cast<ZynNotifyLogFileFn>(resolve("NotifyLogFile"));
-    notifyJournal = reinterpret_cast<ZynNotifyJournalFn>(resolve("NotifyJournal"));
-    notifyProgramStatus =
-        reinterpret_cast<ZynNotifyProgramStatusFn>(resolve("NotifyProgramStatus"));
-    notifyMachineStatus =
-        reinterpret_cast<ZynNotifyMachineStatusFn>(resolve("NotifyMachineStatus"));
-    notifyAxisPos = reinterpret_cast<ZynNotifyAxisPosFn>(resolve("NotifyAxisPos"));
-    getServerPort = reinterpret_cast<ZynGetServerPortFn>(resolve("GetServerPort"));
-    if (!createInstance || !startServer || !stopServer || !releaseInstance || !notifyLogFile
-        || !notifyJournal || !notifyProgramStatus || !notifyMachineStatus || !notifyAxisPos) {
+    // Each entry point under its exported name; one missing is an error.
+    bool all = true;
+    auto resolve = [&](auto& fn, const char* name) {
+        fn = reinterpret_cast<std::remove_reference_t<decltype(fn)>>(dlsym(m_handle, name));
+        all = all && fn;
+    };
+    resolve(createInstance, "CreateInstance");
+    resolve(startServer, "StartServer");
+    resolve(stopServer, "StopServer");
+    resolve(releaseInstance, "ReleaseInstance");
+    resolve(notifyLogFile, "NotifyLogFile");
+    resolve(notifyJournal, "NotifyJournal");
+    resolve(notifyProgramStatus, "NotifyProgramStatus");
+    resolve(notifyMachineStatus, "NotifyMachineStatus");
+    resolve(notifyAxisPos, "NotifyAxisPos");
+    resolve(getServerPort, "GetServerPort");
+    if (!all)
         error = "an entry point is missing";
-        return false;
-    }
-    return true;
+    return all;
 }
 
 void NetServerLibrary::Unload()

@@ -9,13 +9,11 @@
 #include <dirent.h>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 #include <thread>
 
 extern char** environ;
@@ -29,8 +27,7 @@ int Threads()
     int n = 0;
     if (DIR* dir = opendir("/proc/self/task")) {
         while (const dirent* entry = readdir(dir))
-            if (entry->d_name[0] != '.')
-                ++n;
+            n += entry->d_name[0] != '.';
         closedir(dir);
     }
     return n;
@@ -50,9 +47,9 @@ bool Arrival(const char*, const char*, int)
     return true;
 }
 
-int Fail(const char* what)
+int Fail(const std::string& what)
 {
-    std::fprintf(stderr, "FAIL: %s\n", what);
+    std::fprintf(stderr, "FAIL: %s\n", what.c_str());
     return 1;
 }
 
@@ -60,26 +57,22 @@ int Fail(const char* what)
 
 int main(int argc, char** argv)
 {
-    if (argc < 2)
-        return Fail("usage: netserver_stop_threads HARVEL_CLIENT");
     const int baseline = Threads();
     char folder[] = "/tmp/netserver_stop_threads-XXXXXX";
-    if (!mkdtemp(folder))
-        return Fail("mkdtemp");
+    if (argc < 2 || !mkdtemp(folder))
+        return Fail("usage: netserver_stop_threads HARVEL_CLIENT");
     void* table[ZYN_CALLBACK_COUNT] = {};
     table[ZYN_CB_READ_RVAR] = reinterpret_cast<void*>(&SlowRead);
     table[ZYN_CB_CLIENT_ACTION] = reinterpret_cast<void*>(&Arrival);
     NetServerLibrary lib;
     std::string error;
     if (!lib.Load(folder, "", error) || !lib.CreateAndStart(table, folder, error))
-        return Fail(error.c_str());
+        return Fail(error);
     if (Threads() <= baseline)
         return Fail("the running server shows no threads of its own");
 
-    const std::string server = lib.address;
-    char* clientArgs[] = {argv[1], const_cast<char*>("--server"), const_cast<char*>(server.c_str()),
-                          const_cast<char*>("read-r"), const_cast<char*>("0"),
-                          const_cast<char*>("3"), nullptr};
+    char* clientArgs[] = {argv[1], const_cast<char*>("--server"), lib.address.data(),
+                          const_cast<char*>("read-r"), const_cast<char*>("0"), const_cast<char*>("3"), nullptr};
     pid_t client = 0;
     if (posix_spawn(&client, argv[1], nullptr, nullptr, clientArgs, environ) != 0)
         return Fail("cannot start harvel-client");
@@ -91,14 +84,10 @@ int main(int argc, char** argv)
     lib.stopServer();
     const int after = Threads();
     lib.releaseInstance();
-    int status = 0;
-    waitpid(client, &status, 0);
+    waitpid(client, nullptr, 0);
     std::system(("rm -rf '" + std::string(folder) + "'").c_str());
-    if (after != baseline) {
-        std::fprintf(stderr, "FAIL: %d threads after StopServer, %d before the start\n", after,
-                     baseline);
-        return 1;
-    }
+    if (after != baseline)
+        return Fail(std::to_string(after) + " threads after StopServer, " + std::to_string(baseline) + " before");
     std::printf("ok: back to %d thread(s) when StopServer returned\n", after);
     return 0;
 }

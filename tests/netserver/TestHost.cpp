@@ -7,114 +7,113 @@
 
 namespace {
 
-void Put(const std::string& text, char* buffer, unsigned int size)
+TestHost& Host()
 {
-    if (!buffer || size == 0)
-        return;
-    const std::size_t n = text.size() < size - 1 ? text.size() : size - 1;
-    std::memcpy(buffer, text.data(), n);
-    buffer[n] = '\0';
+    return TestHost::Instance();
+}
+
+bool Put(const std::string& text, char* buffer, unsigned int size, bool result = false)
+{
+    if (buffer && size > 0) {
+        const std::size_t n = text.size() < size - 1 ? text.size() : size - 1;
+        std::memcpy(buffer, text.data(), n);
+        buffer[n] = '\0';
+    }
+    return result;
 }
 
 // Every callback starts here: record who calls, and whether anyone is home.
-bool Enter(const char* peer)
+bool Enter(const char* peer, const char* path = nullptr)
 {
-    TestHost& host = TestHost::Instance();
-    std::unique_lock<std::mutex> lock(host.mutex);
-    if (host.holdCallbacks) {
-        ++host.callbacksWaiting;
-        host.changed.notify_all();
-        host.changed.wait(lock, [&host] { return !host.holdCallbacks; });
-        --host.callbacksWaiting;
-        ++host.callbacksReturned;
-        host.changed.notify_all();
+    std::unique_lock<std::mutex> lock(Host().mutex);
+    if (Host().holdCallbacks) {
+        ++Host().callbacksWaiting;
+        Host().changed.notify_all();
+        Host().changed.wait(lock, [] { return !Host().holdCallbacks; });
+        --Host().callbacksWaiting;
+        ++Host().callbacksReturned;
+        Host().changed.notify_all();
     }
-    host.callbackThreads.insert(std::this_thread::get_id());
-    if (std::this_thread::get_id() == host.forbiddenThread)
-        host.calledFromForbiddenThread = true;
+    Host().callbackThreads.insert(std::this_thread::get_id());
+    if (std::this_thread::get_id() == Host().forbiddenThread)
+        Host().calledFromForbiddenThread = true;
     if (peer)
-        host.peers.emplace_back(peer);
-    return !host.noReceiver;
+        Host().peers.emplace_back(peer);
+    if (path)
+        Host().askedPaths.emplace_back(path);
+    return !Host().noReceiver;
 }
 
-void Record(const std::string& event)
+bool Record(const std::string& event)
 {
-    TestHost& host = TestHost::Instance();
+    Enter(nullptr);
     {
-        std::lock_guard<std::mutex> lock(host.mutex);
-        host.events.push_back(event);
+        std::lock_guard<std::mutex> lock(Host().mutex);
+        Host().events.push_back(event);
     }
-    host.changed.notify_all();
+    Host().changed.notify_all();
+    return true;
 }
 
-bool UploadFile(const char* peer, int fileType, const char* filePath, char* errInfo,
-                unsigned int errSize)
+bool UploadFile(const char* peer, int fileType, const char* filePath, char*, unsigned int)
 {
     if (!Enter(peer))
         return false;
-    TestHost& host = TestHost::Instance();
-    std::ifstream in(filePath, std::ios::binary);
     std::ostringstream content;
-    content << in.rdbuf();
-    std::lock_guard<std::mutex> lock(host.mutex);
-    host.uploadType = fileType;
-    host.uploadPath = filePath;
-    host.uploadContent = content.str();
-    if (!host.uploadAnswer)
-        Put("Unknown file type " + std::to_string(fileType), errInfo, errSize);
-    return host.uploadAnswer;
+    content << std::ifstream(filePath, std::ios::binary).rdbuf();
+    std::lock_guard<std::mutex> lock(Host().mutex);
+    Host().uploadType = fileType;
+    Host().uploadPath = filePath;
+    Host().uploadContent = content.str();
+    return true;
 }
 
 void GetJournals(const char* peer, const char* resultFile, bool succeeded)
 {
-    Enter(nullptr);
     Record(std::string("journal ") + peer + " " + resultFile + " " + (succeeded ? "1" : "0"));
 }
 
-bool RequestInteractive(const char* peer, const char* reqFile, const char* receivedFile,
-                        char* errInfo, unsigned int errSize)
+bool RequestInteractive(const char* peer, const char*, const char* receivedFile, char* errInfo,
+                        unsigned int errSize)
 {
     if (!Enter(peer))
         return false;
-    std::string path = receivedFile;
+    const std::string path = receivedFile;
     const std::string renamed = path.substr(0, path.find_last_of('.')) + ".req";
-    if (std::rename(receivedFile, renamed.c_str()) != 0) {
-        Put("Cannot rename file", errInfo, errSize);
-        return false;
-    }
-    TestHost& host = TestHost::Instance();
+    if (std::rename(receivedFile, renamed.c_str()) != 0)
+        return Put("Cannot rename file", errInfo, errSize);
     {
-        std::lock_guard<std::mutex> lock(host.mutex);
-        host.requests.push_back(renamed);
+        std::lock_guard<std::mutex> lock(Host().mutex);
+        Host().requests.push_back(renamed);
     }
-    host.changed.notify_all();
-    Put("", errInfo, errSize);
-    return true;
+    Host().changed.notify_all();
+    return Put("", errInfo, errSize, true);
 }
 
-bool GetInteractiveResult(const char* peer, const char* reqFile, bool keep,
-                          const char* resultFile, char* errInfo, unsigned int errSize)
+bool GetInteractiveResult(const char*, const char* reqFile, bool keep, const char* resultFile,
+                          char* errInfo, unsigned int errSize)
 {
-    Enter(nullptr);
     if (!keep)
         std::remove(resultFile);
     Record(std::string("answer ") + reqFile + " " + (keep ? "keep" : "drop"));
-    Put("", errInfo, errSize);
-    return true;
+    return Put("", errInfo, errSize, true);
 }
 
 bool SelectProgram(const char* peer, const char* prgFileName, char* errInfo, unsigned int errSize)
 {
-    if (!Enter(peer))
+    if (!Enter(peer, prgFileName))
         return false;
-    TestHost& host = TestHost::Instance();
-    std::lock_guard<std::mutex> lock(host.mutex);
-    host.askedPaths.emplace_back(prgFileName);
-    if (std::string(prgFileName).find("MISSING") != std::string::npos) {
-        Put("Program does not exist", errInfo, errSize);
-        return false;
-    }
+    if (std::strstr(prgFileName, "MISSING"))
+        return Put("Program does not exist", errInfo, errSize);
     return true;
+}
+
+bool InRange(int index, int count, char* errInfo, unsigned int errSize)
+{
+    const int total = int(Host().rvars.size());
+    if (index >= 0 && count >= 1 && index + count <= total)
+        return true;
+    return Put("Address out of range [0, " + std::to_string(total - 1) + "]", errInfo, errSize);
 }
 
 bool ReadRVar(const char* peer, int index, int count, double* values, char* errInfo,
@@ -122,15 +121,11 @@ bool ReadRVar(const char* peer, int index, int count, double* values, char* errI
 {
     if (!Enter(peer))
         return false;
-    TestHost& host = TestHost::Instance();
-    std::lock_guard<std::mutex> lock(host.mutex);
-    const int total = int(host.rvars.size());
-    if (index < 0 || count < 1 || index + count > total) {
-        Put("Address out of range [0, " + std::to_string(total - 1) + "]", errInfo, errSize);
+    std::lock_guard<std::mutex> lock(Host().mutex);
+    if (!InRange(index, count, errInfo, errSize))
         return false;
-    }
     for (int i = 0; i < count; ++i)
-        values[i] = host.rvars[std::size_t(index + i)];
+        values[i] = Host().rvars[std::size_t(index + i)];
     return true;
 }
 
@@ -139,59 +134,47 @@ bool WriteRVar(const char* peer, int index, int count, const double* values, cha
 {
     if (!Enter(peer))
         return false;
-    TestHost& host = TestHost::Instance();
-    std::lock_guard<std::mutex> lock(host.mutex);
-    const int total = int(host.rvars.size());
-    if (!values || count < 1) {
-        Put("Invalid count", errInfo, errSize);
+    std::lock_guard<std::mutex> lock(Host().mutex);
+    if (!values || count < 1)
+        return Put("Invalid count", errInfo, errSize);
+    if (!InRange(index, count, errInfo, errSize))
         return false;
-    }
-    if (index < 0 || index + count > total) {
-        Put("Address out of range [0, " + std::to_string(total - 1) + "]", errInfo, errSize);
-        return false;
-    }
     for (int i = 0; i < count; ++i)
-        host.rvars[std::size_t(index + i)] = values[i];
+        Host().rvars[std::size_t(index + i)] = values[i];
     return true;
 }
 
-bool SendMsg(const char* peer, unsigned long long id, int type, int style,
-             const char* messageText, const char* inputName, int* clickedButton,
-             char* inputValue, unsigned int inputValueSize, char* errInfo, unsigned int errSize)
+bool SendMsg(const char* peer, unsigned long long id, int, int, const char* messageText,
+             const char* inputName, int* clickedButton, char* inputValue,
+             unsigned int inputValueSize, char*, unsigned int)
 {
     if (!Enter(peer))
         return false;
-    TestHost& host = TestHost::Instance();
-    std::unique_lock<std::mutex> lock(host.mutex);
-    ++host.messagesWaiting;
-    host.changed.notify_all();
+    std::unique_lock<std::mutex> lock(Host().mutex);
+    ++Host().messagesWaiting;
+    Host().changed.notify_all();
     // As long as the operator takes: no time-out.
-    host.changed.wait(lock, [&host] { return !host.holdMessages; });
-    --host.messagesWaiting;
-    ++host.messagesReturned;
-    host.changed.notify_all();
+    Host().changed.wait(lock, [] { return !Host().holdMessages; });
+    --Host().messagesWaiting;
+    Host().changed.notify_all();
     *clickedButton = int(id % 7);
-    Put(std::string("typed:") + messageText + "/" + inputName, inputValue, inputValueSize);
-    return true;
+    return Put(std::string("typed:") + messageText + "/" + inputName, inputValue, inputValueSize,
+               true);
 }
 
 bool ClientAction(const char* peer, const char* callMethodName, int actionType)
 {
-    Enter(nullptr);
-    Record(std::string(actionType == ZYN_CLIENT_DISCONNECTED ? "gone " : "connect ") + peer + " "
-           + callMethodName);
-    return true;
+    return Record(std::string(actionType == ZYN_CLIENT_DISCONNECTED ? "gone " : "connect ") + peer
+                  + " " + callMethodName);
 }
 
 bool GetLogFiles(const char* peer, const char* logFileName, int sendState)
 {
-    Enter(nullptr);
-    Record(std::string("log ") + peer + " " + logFileName + " " + std::to_string(sendState));
-    return true;
+    return Record(std::string("log ") + peer + " " + logFileName + " " + std::to_string(sendState));
 }
 
 bool GetMachineConfiguration(const char* peer, char* fileContent, unsigned int fileContentSize,
-                             char* errInfo, unsigned int errSize)
+                             char*, unsigned int)
 {
     if (!Enter(peer))
         return false;
@@ -199,20 +182,14 @@ bool GetMachineConfiguration(const char* peer, char* fileContent, unsigned int f
     std::string doc = "<?xml version=\"1.0\" encoding=\"utf-8\"?><Machine><Model>\xC3\xA4</Model>";
     doc += std::string(fileContentSize, 'x');
     doc.replace(fileContentSize - 2, 2, "\xC3\xA4");
-    Put(doc, fileContent, fileContentSize);
-    return true;
+    return Put(doc, fileContent, fileContentSize, true);
 }
 
-bool CheckFileExists(const char* peer, const char* fileName, bool* isExists, char* errInfo,
-                     unsigned int errSize)
+bool CheckFileExists(const char* peer, const char* fileName, bool* isExists, char*, unsigned int)
 {
-    if (!Enter(peer))
+    if (!Enter(peer, fileName))
         return false;
-    TestHost& host = TestHost::Instance();
-    std::lock_guard<std::mutex> lock(host.mutex);
-    host.askedPaths.emplace_back(fileName);
-    std::ifstream probe(fileName);
-    *isExists = bool(probe) || std::string(fileName).rfind("//NC/", 0) == 0;
+    *isExists = bool(std::ifstream(fileName)) || std::string(fileName).rfind("//NC/", 0) == 0;
     return true;
 }
 
@@ -220,45 +197,31 @@ bool DownloadFile(const char* peer, const char* srcFileName, char* dstFileName,
                   unsigned int dstFileNameSize, bool* dstFileNeedRemove, char* errInfo,
                   unsigned int errSize)
 {
-    if (!Enter(peer))
+    if (!Enter(peer, srcFileName))
         return false;
-    TestHost& host = TestHost::Instance();
-    std::lock_guard<std::mutex> lock(host.mutex);
-    host.askedPaths.emplace_back(srcFileName);
+    std::lock_guard<std::mutex> lock(Host().mutex);
     // Like the plug-in, a local file is sent from where it lies.
-    if (host.downloadFile.empty() && std::ifstream(srcFileName)) {
-        Put(srcFileName, dstFileName, dstFileNameSize);
-        *dstFileNeedRemove = false;
-        return true;
-    }
-    if (host.downloadFile.empty()) {
-        Put("File not found", errInfo, errSize);
-        return false;
-    }
-    Put(host.downloadFile, dstFileName, dstFileNameSize);
-    *dstFileNeedRemove = host.downloadRemove;
-    return true;
+    const bool local = Host().downloadFile.empty();
+    if (local && !std::ifstream(srcFileName))
+        return Put("File not found", errInfo, errSize);
+    *dstFileNeedRemove = !local && Host().downloadRemove;
+    return Put(local ? srcFileName : Host().downloadFile, dstFileName, dstFileNameSize, true);
 }
 
-bool GetCalibrationResult(const char* peer, char* fileContent, unsigned int fileContentSize,
-                          char* errInfo, unsigned int errSize)
+bool GetCalibrationResult(const char* peer, char*, unsigned int, char* errInfo,
+                          unsigned int errSize)
 {
-    if (!Enter(peer))
-        return false;
-    Put("Cannot get rotab center (0x81501031)", errInfo, errSize);
-    return false;
+    return Enter(peer) && Put("Cannot get rotab center (0x81501031)", errInfo, errSize);
 }
 
 bool GetSkipPosition(const char* peer, double* x, double* y, double* z, double* a, double* b,
-                     double* c, char* errInfo, unsigned int errSize)
+                     double* c, char*, unsigned int)
 {
-    if (!Enter(peer))
-        return false;
     *x = 1.5;
     *y = -2.5;
     *z = 3;
     *a = *b = *c = 0;
-    return true;
+    return Enter(peer);
 }
 
 }  // namespace
@@ -275,23 +238,16 @@ void TestHost::Reset()
     rvars.assign(100, 0.0);
     for (std::size_t i = 0; i < rvars.size(); ++i)
         rvars[i] = double(i) + 0.25;
-    noReceiver = false;
+    noReceiver = holdCallbacks = holdMessages = downloadRemove = false;
+    callbacksWaiting = callbacksReturned = messagesWaiting = 0;
     callbackThreads.clear();
     events.clear();
     peers.clear();
     askedPaths.clear();
-    holdCallbacks = false;
-    callbacksWaiting = 0;
-    callbacksReturned = 0;
-    holdMessages = false;
-    messagesWaiting = 0;
-    messagesReturned = 0;
     uploadType = -1;
     uploadPath.clear();
     uploadContent.clear();
-    uploadAnswer = true;
     downloadFile.clear();
-    downloadRemove = false;
     requests.clear();
     forbiddenThread = std::this_thread::get_id();
     calledFromForbiddenThread = false;
@@ -299,21 +255,25 @@ void TestHost::Reset()
 
 void TestHost::FillTable(void** table)
 {
-    table[ZYN_CB_UPLOAD_FILE] = reinterpret_cast<void*>(&UploadFile);
-    table[ZYN_CB_GET_JOURNALS] = reinterpret_cast<void*>(&GetJournals);
-    table[ZYN_CB_REQUEST_INTERACTIVE] = reinterpret_cast<void*>(&RequestInteractive);
-    table[ZYN_CB_GET_INTERACTIVE_RESULT] = reinterpret_cast<void*>(&GetInteractiveResult);
-    table[ZYN_CB_SELECT_PROGRAM] = reinterpret_cast<void*>(&SelectProgram);
-    table[ZYN_CB_READ_RVAR] = reinterpret_cast<void*>(&ReadRVar);
-    table[ZYN_CB_WRITE_RVAR] = reinterpret_cast<void*>(&WriteRVar);
-    table[ZYN_CB_SEND_MSG] = reinterpret_cast<void*>(&SendMsg);
-    table[ZYN_CB_CLIENT_ACTION] = reinterpret_cast<void*>(&ClientAction);
-    table[ZYN_CB_GET_LOG_FILES] = reinterpret_cast<void*>(&GetLogFiles);
-    table[ZYN_CB_GET_MACHINE_CONFIGURATION] = reinterpret_cast<void*>(&GetMachineConfiguration);
-    table[ZYN_CB_CHECK_FILE_EXISTS] = reinterpret_cast<void*>(&CheckFileExists);
-    table[ZYN_CB_DOWNLOAD_FILE] = reinterpret_cast<void*>(&DownloadFile);
-    table[ZYN_CB_GET_CALIBRATION_RESULT] = reinterpret_cast<void*>(&GetCalibrationResult);
-    table[ZYN_CB_GET_SKIP_POSITION] = reinterpret_cast<void*>(&GetSkipPosition);
+    const std::pair<int, void*> entries[] = {
+        {ZYN_CB_UPLOAD_FILE, reinterpret_cast<void*>(&UploadFile)},
+        {ZYN_CB_GET_JOURNALS, reinterpret_cast<void*>(&GetJournals)},
+        {ZYN_CB_REQUEST_INTERACTIVE, reinterpret_cast<void*>(&RequestInteractive)},
+        {ZYN_CB_GET_INTERACTIVE_RESULT, reinterpret_cast<void*>(&GetInteractiveResult)},
+        {ZYN_CB_SELECT_PROGRAM, reinterpret_cast<void*>(&SelectProgram)},
+        {ZYN_CB_READ_RVAR, reinterpret_cast<void*>(&ReadRVar)},
+        {ZYN_CB_WRITE_RVAR, reinterpret_cast<void*>(&WriteRVar)},
+        {ZYN_CB_SEND_MSG, reinterpret_cast<void*>(&SendMsg)},
+        {ZYN_CB_CLIENT_ACTION, reinterpret_cast<void*>(&ClientAction)},
+        {ZYN_CB_GET_LOG_FILES, reinterpret_cast<void*>(&GetLogFiles)},
+        {ZYN_CB_GET_MACHINE_CONFIGURATION, reinterpret_cast<void*>(&GetMachineConfiguration)},
+        {ZYN_CB_CHECK_FILE_EXISTS, reinterpret_cast<void*>(&CheckFileExists)},
+        {ZYN_CB_DOWNLOAD_FILE, reinterpret_cast<void*>(&DownloadFile)},
+        {ZYN_CB_GET_CALIBRATION_RESULT, reinterpret_cast<void*>(&GetCalibrationResult)},
+        {ZYN_CB_GET_SKIP_POSITION, reinterpret_cast<void*>(&GetSkipPosition)},
+    };
+    for (const auto& entry : entries)
+        table[entry.first] = entry.second;
 }
 
 bool TestHost::WaitFor(const std::function<bool()>& pred, std::chrono::milliseconds timeout)
@@ -330,16 +290,10 @@ bool TestHost::WaitFor(const std::function<bool()>& pred, std::chrono::milliseco
     return true;
 }
 
-std::vector<std::string> TestHost::Events()
-{
-    std::lock_guard<std::mutex> lock(mutex);
-    return events;
-}
-
-bool TestHost::HasEvent(const std::string& prefix)
+bool TestHost::HasEvent(const std::string& prefix, const std::string& part)
 {
     for (const std::string& e : events)
-        if (e.rfind(prefix, 0) == 0)
+        if (e.rfind(prefix, 0) == 0 && e.find(part) != std::string::npos)
             return true;
     return false;
 }

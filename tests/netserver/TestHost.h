@@ -27,8 +27,8 @@ public:
     // Waits, at most timeout, until pred holds; pred runs under the lock.
     bool WaitFor(const std::function<bool()>& pred,
                  std::chrono::milliseconds timeout = std::chrono::seconds(20));
-    std::vector<std::string> Events();
-    bool HasEvent(const std::string& prefix);
+    // Under the lock: whether an event starts with prefix and holds part.
+    bool HasEvent(const std::string& prefix, const std::string& part = std::string());
 
     std::mutex mutex;
     std::condition_variable changed;
@@ -45,16 +45,14 @@ public:
     int callbacksWaiting = 0;
     int callbacksReturned = 0;
 
-    // messages
+    // messages wait while held, as long as the operator takes
     bool holdMessages = false;
     int messagesWaiting = 0;
-    int messagesReturned = 0;
 
-    // uploads
+    // the last upload
     int uploadType = -1;
     std::string uploadPath;
     std::string uploadContent;
-    bool uploadAnswer = true;
 
     // downloads: the file the host names, and whether it is a copy
     std::string downloadFile;
@@ -62,7 +60,6 @@ public:
 
     // request files, renamed to .req and waiting for the test to decide
     std::deque<std::string> requests;
-    std::vector<std::string> droppedAnswers;
 
     // calls made from inside the library's own entry points would deadlock
     // the plug-in; the test thread marks itself here
