@@ -2,6 +2,7 @@
 // net server enabled, started by the operator interface hosted in the test,
 // and harvel-client talking to it over loopback as the measurement
 // application does. What the client is told is checked against the NC.
+// The axes map is in its digit form.
 
 #include "HmiHost.h"
 #include "NetLinkFixture.h"
@@ -10,6 +11,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -27,11 +29,10 @@ private slots:
     void initTestCase();
     void cleanupTestCase();
 
-    void rVariablesReachTheNc();
-    void programSelection();
+    void machineCallsReachTheNc();
+    void requestFilesFromTheMeasurementApplication();
     void filesBothWays();
     void filesWhenTheFileServiceFails();
-    void machineConfiguration();
     void clientRegistryOfIpv4AndIpv6Peers();
 
 private:
@@ -100,6 +101,8 @@ void TestSiemensHarvelNet::initTestCase()
     const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' --net-server :::0 '%3' >/dev/null")
                                 .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), m_machine.path());
     QVERIFY(std::system(install.toLocal8Bit().constData()) == 0);
+    QSettings(m_machine.path() + QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI"), QSettings::IniFormat)
+        .setValue(QStringLiteral("TMRNC/wofsaxes"), QStringLiteral("123000"));
 
     m_host.reset(new HmiHost);
     const QStringList problems = m_host->start(m_machine.path());
@@ -118,48 +121,66 @@ void TestSiemensHarvelNet::cleanupTestCase()
     m_host.reset();
 }
 
-void TestSiemensHarvelNet::rVariablesReachTheNc()
+void TestSiemensHarvelNet::machineCallsReachTheNc()
 {
-    ClientRun run = Client({QStringLiteral("write-r"), QStringLiteral("10"), QStringLiteral("1.5"),
-                            QStringLiteral("-2.25")});
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(NcGet(QStringLiteral("/Channel/Parameter/r[u1,10,#2]")), QStringLiteral("1.5\n-2.25"));
-
     m_host->nc()->control({QStringLiteral("set"), QStringLiteral("/Channel/Parameter/r[u1,20]"), QStringLiteral("7.75")});
-    run = Client({QStringLiteral("read-r"), QStringLiteral("19"), QStringLiteral("3")});
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts).value(1).trimmed(), QStringLiteral("7.75"));
-    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", Index=19, Count=3\n")), 20000);
-    QVERIFY(Log().contains(QRegularExpression(
-        QStringLiteral(R"(\| INF \| \w+ \| Read R variable succeeded\. Peer=ipv4:127\.0\.0\.1:\d+, Index=19, Count=3\n)"))));
-
-    // The template machine has R0 to R299.
-    run = Client({QStringLiteral("read-r"), QStringLiteral("299"), QStringLiteral("2")});
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(QStringLiteral("Address out of range [0, 299]")), qPrintable(run.err));
-    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", Index=299, Count=2, ErrInfo=Address out of range [0, 299]")),
-                             20000);
-    run = Client({QStringLiteral("write-r"), QStringLiteral("300"), QStringLiteral("1")});
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(QStringLiteral("Address out of range [0, 299]")), qPrintable(run.err));
+    WriteFile(m_machine.path() + QStringLiteral("/nc/WKS.DIR/TELMOR.WPD/PART1.MPF"), "G0 X0\nM30\n");
+    // The client's words, its exit code, what it prints or says, and the
+    // plug-in's log line (a pattern). The template machine has R0 to R299;
+    // a bare program name is one of the configured program folder.
+    const QString peer = QStringLiteral(R"(Peer=ipv4:127\.0\.0\.1:\d+)");
+    const struct { const char* args; int code; QString said; QString logged; } rows[] = {
+        {"write-r 10 1.5 -2.25", 0, "", ""},
+        {"read-r 19 3", 0, "\n7.75\n", R"(\| INF \| \w+ \| Read R variable succeeded\. )" + peer + R"(, Index=19, Count=3\n)"},
+        {"read-r 299 2", 1, "Address out of range [0, 299]", peer + R"(, Index=299, Count=2, ErrInfo=Address out of range \[0, 299\]\n)"},
+        {"write-r 300 1", 1, "Address out of range [0, 299]", ""},
+        {"select PART1.MPF", 0, "", peer + R"(, Program=//NC/WKS\.DIR/TELMOR\.WPD/PART1\.MPF\n)"},
+        {"select NOTHERE.MPF", 1, "Program does not exist",
+         peer + R"(, Program=//NC/WKS\.DIR/TELMOR\.WPD/NOTHERE\.MPF, ErrInfo=Program does not exist\n)"},
+        // The document itself is the NC service's; here only that it arrives.
+        {"machine-config", 0, R"(<?xml version="1.0" encoding="utf-8"?><Machine><Manufacturer>Siemens</Manufacturer><Model>)",
+         "Get machine configuration succeeded. " + peer},
+    };
+    QString xml;
+    for (const auto& row : rows) {
+        const ClientRun run = Client(QString::fromLatin1(row.args).split(QLatin1Char(' ')));
+        QVERIFY2(run.exitCode == row.code && (run.out + run.err).contains(row.said), qPrintable(row.args + (": " + run.err)));
+        QTRY_VERIFY2_WITH_TIMEOUT(Log().contains(QRegularExpression(row.logged)), row.args, 20000);
+        xml = run.out;
+    }
+    QCOMPARE(xml.count(QStringLiteral("<Axis>")), 6);
+    QCOMPARE(NcGet(QStringLiteral("/Channel/Parameter/r[u1,10,#2]")), QStringLiteral("1.5\n-2.25"));
+    QCOMPARE(m_host->nc()->selectedProgram(), QStringLiteral("//NC/WKS.DIR/TELMOR.WPD/PART1.MPF"));
 }
 
-void TestSiemensHarvelNet::programSelection()
+void TestSiemensHarvelNet::requestFilesFromTheMeasurementApplication()
 {
-    WriteFile(m_machine.path() + QStringLiteral("/nc/WKS.DIR/TELMOR.WPD/PART1.MPF"), "G0 X0\nM30\n");
-    // A bare name is a program of the configured program folder.
-    ClientRun run = Client({QStringLiteral("select"), QStringLiteral("PART1.MPF")});
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(m_host->nc()->selectedProgram(), QStringLiteral("//NC/WKS.DIR/TELMOR.WPD/PART1.MPF"));
-    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", Program=//NC/WKS.DIR/TELMOR.WPD/PART1.MPF\n")), 20000);
-
-    run = Client({QStringLiteral("select"), QStringLiteral("NOTHERE.MPF")});
+    const QString reqDir = ApplDir() + QStringLiteral("/zyn/req");
+    auto request = [this](const QString& line, const QString& name) {
+        return Client({QStringLiteral("request"), line, QStringLiteral("--name"), name});
+    };
+    ClientRun run = request(QStringLiteral("3 7 0 25 1234567.89"), QStringLiteral("W25"));
+    QCOMPARE(run.out, QStringLiteral("carried out\n"));
+    QCOMPARE(NcGet(QStringLiteral("/NC/_N_NC_GD3_ACX/TMR_VAR[26]")).toDouble(), 1234567.89);
+    // The answer comes back to the client and is gone from the machine.
+    run = request(QStringLiteral("4 7 0 25 ANS25.RES"), QStringLiteral("R25"));
+    QCOMPARE(run.out, QStringLiteral("carried out\n1.23457e+06\n"));
+    QTRY_VERIFY_WITH_TIMEOUT(!QFile::exists(reqDir + QStringLiteral("/ANS25.RES")), 10000);
+    run = request(QStringLiteral("1 7 1 G55 0 0 # # # 0.01 -0.02 0.5 0"), QStringLiteral("WO"));
+    QCOMPARE(run.out, QStringLiteral("carried out, kept\n"));
+    // G55 is frame 2 of six axes; the offsets are in force, not only set.
+    QCOMPARE(m_host->nc()->activeFrameValue(QStringLiteral("linShiftFine"), 13), 0.5);
+    QCOMPARE(m_host->nc()->activeFrameValue(QStringLiteral("linShiftFine"), 14), -0.02);
+    QCOMPARE(m_host->nc()->activeFrameValue(QStringLiteral("linShiftFine"), 15), 0.01);
+    QCOMPARE(QDir(reqDir).entryList({QStringLiteral("WO.*.REC")}, QDir::Files).size(), 1);
+    // The machine's no: the request stays behind as a .REP file.
+    run = request(QStringLiteral("2 7 0 NO_SUCH_TOOL 0 0 0.04 # 1"), QStringLiteral("BAD"));
     QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(QStringLiteral("Program does not exist")), qPrintable(run.err));
-    QCOMPARE(m_host->nc()->selectedProgram(), QStringLiteral("//NC/WKS.DIR/TELMOR.WPD/PART1.MPF"));
-    QTRY_VERIFY_WITH_TIMEOUT(
-        Logged(QStringLiteral(", Program=//NC/WKS.DIR/TELMOR.WPD/NOTHERE.MPF, ErrInfo=Program does not exist\n")),
-        20000);
+    QCOMPARE(run.out, QStringLiteral("failed\n"));
+    QCOMPARE(QDir(reqDir).entryList({QStringLiteral("BAD.*.REP")}, QDir::Files).size(), 1);
+    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral("ToolName=NO_SUCH_TOOL, Diameter=0.04, ErrInfo=Cannot get "
+                                                   "tool number by tool name, ErrCode=-104\n")),
+                             10000);
 }
 
 void TestSiemensHarvelNet::filesBothWays()
@@ -280,19 +301,6 @@ void TestSiemensHarvelNet::filesWhenTheFileServiceFails()
     QVERIFY2(run.err.contains(QStringLiteral("Cannot check if path is NC (0x80000003)")), qPrintable(run.err));
     QCOMPARE(pending(), QString());
     m_host->nc()->control({QStringLiteral("fault"), QStringLiteral("clear")});
-}
-
-void TestSiemensHarvelNet::machineConfiguration()
-{
-    const ClientRun run = Client({QStringLiteral("machine-config")});
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    const QString& xml = run.out;
-    QVERIFY2(xml.startsWith(QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?><Machine>"
-                                           "<Manufacturer>Siemens</Manufacturer><Model>")),
-             qPrintable(xml));
-    // The document itself is the NC service's; here only that it arrives.
-    QCOMPARE(xml.count(QStringLiteral("<Axis>")), 6);
-    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral("Get machine configuration succeeded. Peer=ipv4:127.0.0.1:")), 20000);
 }
 
 void TestSiemensHarvelNet::clientRegistryOfIpv4AndIpv6Peers()
