@@ -2,33 +2,29 @@
 
 #include "ZynNetServerCallback.h"
 
+#include <algorithm>
+#include <iterator>
+
 bool NetReceiver::Connect(CZynNetServerCallback* bridge)
 {
+    using B = CZynNetServerCallback;
     const Qt::ConnectionType type = Qt::BlockingQueuedConnection;
-    int made = 0;
-    made += bool(connect(bridge, &CZynNetServerCallback::signalUploadFile, this, &NetReceiver::slotUploadFile, type));
-    made += bool(
-        connect(bridge, &CZynNetServerCallback::signalSelectProgram, this, &NetReceiver::slotSelectProgram, type));
-    made += bool(connect(bridge, &CZynNetServerCallback::signalReadRVar, this, &NetReceiver::slotReadRVar, type));
-    made += bool(connect(bridge, &CZynNetServerCallback::signalWriteRVar, this, &NetReceiver::slotWriteRVar, type));
-    made += bool(connect(bridge, &CZynNetServerCallback::signalSendMsg, this, &NetReceiver::slotSendMsg, type));
-    made += bool(
-        connect(bridge, &CZynNetServerCallback::signalClientAction, this, &NetReceiver::slotClientAction, type));
-    made += bool(
-        connect(bridge, &CZynNetServerCallback::signalGetLogFiles, this, &NetReceiver::slotGetLogFiles, type));
-    made += bool(connect(bridge, &CZynNetServerCallback::signalGetMachineConfiguration, this,
-                         &NetReceiver::slotGetMachineConfiguration, type));
-    made += bool(connect(bridge, &CZynNetServerCallback::signalCheckFileExists, this,
-                         &NetReceiver::slotCheckFileExists, type));
-    made += bool(
-        connect(bridge, &CZynNetServerCallback::signalDownloadFile, this, &NetReceiver::slotDownloadFile, type));
-    made += bool(connect(bridge, &CZynNetServerCallback::signalGetCalibrationResult, this,
-                         &NetReceiver::slotGetCalibrationResult, type));
-    made += bool(connect(bridge, &CZynNetServerCallback::signalReceivedReqFile, this,
-                         &NetReceiver::slotReceivedReqFile, type));
-    made += bool(connect(bridge, &CZynNetServerCallback::signalGetSkipPosition, this,
-                         &NetReceiver::slotGetSkipPosition, type));
-    return made == 13;
+    const bool made[] = {
+        bool(connect(bridge, &B::signalUploadFile, this, &NetReceiver::slotUploadFile, type)),
+        bool(connect(bridge, &B::signalSelectProgram, this, &NetReceiver::slotSelectProgram, type)),
+        bool(connect(bridge, &B::signalReadRVar, this, &NetReceiver::slotReadRVar, type)),
+        bool(connect(bridge, &B::signalWriteRVar, this, &NetReceiver::slotWriteRVar, type)),
+        bool(connect(bridge, &B::signalSendMsg, this, &NetReceiver::slotSendMsg, type)),
+        bool(connect(bridge, &B::signalClientAction, this, &NetReceiver::slotClientAction, type)),
+        bool(connect(bridge, &B::signalGetLogFiles, this, &NetReceiver::slotGetLogFiles, type)),
+        bool(connect(bridge, &B::signalGetMachineConfiguration, this, &NetReceiver::slotGetMachineConfiguration, type)),
+        bool(connect(bridge, &B::signalCheckFileExists, this, &NetReceiver::slotCheckFileExists, type)),
+        bool(connect(bridge, &B::signalDownloadFile, this, &NetReceiver::slotDownloadFile, type)),
+        bool(connect(bridge, &B::signalGetCalibrationResult, this, &NetReceiver::slotGetCalibrationResult, type)),
+        bool(connect(bridge, &B::signalReceivedReqFile, this, &NetReceiver::slotReceivedReqFile, type)),
+        bool(connect(bridge, &B::signalGetSkipPosition, this, &NetReceiver::slotGetSkipPosition, type)),
+    };
+    return std::count(std::begin(made), std::end(made), true) == 13;
 }
 
 void NetReceiver::Disconnect(CZynNetServerCallback* bridge)
@@ -46,8 +42,7 @@ void NetReceiver::Answer(const QString& call, const QString& peer, bool& isOK, Q
         errInfo = answerErrInfo;
 }
 
-void NetReceiver::slotUploadFile(const QString& peer, int fileType, const QString& filePath, bool& isOK,
-                                 QString& errInfo)
+void NetReceiver::slotUploadFile(const QString& peer, int fileType, const QString& filePath, bool& isOK, QString& errInfo)
 {
     lastFile = filePath;
     Answer(QStringLiteral("UploadFile %1").arg(fileType), peer, isOK, errInfo);
@@ -93,8 +88,7 @@ void NetReceiver::slotGetLogFiles(const QString& peer, const QString& logFileNam
     logFileStates << QStringLiteral("%1 %2 %3").arg(peer, logFileName).arg(sendState);
 }
 
-void NetReceiver::slotGetMachineConfiguration(const QString& peer, QString& fileContent, bool& isOK,
-                                              QString& errInfo)
+void NetReceiver::slotGetMachineConfiguration(const QString& peer, QString& fileContent, bool& isOK, QString& errInfo)
 {
     fileContent = answerText;
     Answer(QStringLiteral("GetMachineConfiguration"), peer, isOK, errInfo);
@@ -133,11 +127,12 @@ void NetReceiver::slotReceivedReqFile(const QString& reqFilePath)
 void NetReceiver::slotGetSkipPosition(const QString& peer, double& x, double& y, double& z, double& a, double& b,
                                       double& c, bool& isOK, QString& errInfo)
 {
+    // Six values a step apart, so that a swap shows.
     x = answerPosition;
-    y = answerPosition + 1;
-    z = answerPosition + 2;
-    a = answerPosition + 3;
-    b = answerPosition + 4;
-    c = answerPosition + 5;
+    y = x + 1;
+    z = x + 2;
+    a = x + 3;
+    b = x + 4;
+    c = x + 5;
     Answer(QStringLiteral("GetSkipPosition"), peer, isOK, errInfo);
 }

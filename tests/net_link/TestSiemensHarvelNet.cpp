@@ -32,7 +32,6 @@ private slots:
     void machineCallsReachTheNc();
     void requestFilesFromTheMeasurementApplication();
     void filesBothWays();
-    void filesWhenTheFileServiceFails();
     void clientRegistryOfIpv4AndIpv6Peers();
 
 private:
@@ -188,119 +187,61 @@ void TestSiemensHarvelNet::filesBothWays()
     QTemporaryDir local;
     const QByteArray macro = "; probing macro\nG1 X1\nM17\n";
     WriteFile(local.path() + QStringLiteral("/TESTMAC.SPF"), macro);
-
-    // A macro goes into the NC's macro folder.
-    ClientRun run = Client({QStringLiteral("upload"), QStringLiteral("--type"), QStringLiteral("macro"),
-                            local.path() + QStringLiteral("/TESTMAC.SPF")});
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(ReadFile(m_machine.path() + QStringLiteral("/nc/SPF.DIR/TESTMAC.SPF")), macro);
-    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", FileType=Macro, FilePath=//NC/SPF.DIR/TESTMAC.SPF\n")), 20000);
-
-    run = Client({QStringLiteral("exists"), QStringLiteral("//NC/SPF.DIR/TESTMAC.SPF")});
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out.trimmed(), QStringLiteral("yes"));
-    run = Client({QStringLiteral("exists"), QStringLiteral("//NC/SPF.DIR/NOTHERE.SPF")});
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out.trimmed(), QStringLiteral("no"));
-    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", File=//NC/SPF.DIR/NOTHERE.SPF, IsExists=0\n")), 20000);
-
-    // Back from the NC through a temporary copy, which the library removes.
-    const QString fetched = local.path() + QStringLiteral("/fetched.spf");
-    run = Client({QStringLiteral("download"), QStringLiteral("//NC/SPF.DIR/TESTMAC.SPF"), fetched});
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(ReadFile(fetched), macro);
-    const QString temp = ApplDir() + QStringLiteral("/zyn/temp");
-    QTRY_COMPARE_WITH_TIMEOUT(QDir(temp).entryList(QDir::Files).size(), 0, 20000);
-    run = Client({QStringLiteral("download"), QStringLiteral("//NC/SPF.DIR/NOTHERE.SPF"), fetched});
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(QStringLiteral("File not found")), qPrintable(run.err));
-
-    // A report replaces the one before; a report that is no PDF is refused
-    // and what arrived of it is gone.
-    WriteFile(local.path() + QStringLiteral("/first.pdf"), "%PDF-1.4 first");
-    WriteFile(local.path() + QStringLiteral("/Second.PDF"), "%PDF-1.4 second");
-    WriteFile(local.path() + QStringLiteral("/notes.txt"), "not a report");
-    for (const char* name : {"first.pdf", "Second.PDF"}) {
-        run = Client({QStringLiteral("upload"), QStringLiteral("--type"), QStringLiteral("report"),
-                      local.path() + QLatin1Char('/') + QLatin1String(name)});
-        QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-        QTest::qWait(20); // the two reports must differ in their time stamps
-    }
-    const QString reports = ApplDir() + QStringLiteral("/report");
-    QCOMPARE(QDir(reports).entryList(QDir::Files), QStringList{QStringLiteral("Second.PDF")});
-    run = Client({QStringLiteral("upload"), QStringLiteral("--type"), QStringLiteral("report"),
-                  local.path() + QStringLiteral("/notes.txt")});
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(QStringLiteral("Only support PDF report file")), qPrintable(run.err));
-    QCOMPARE(QDir(reports).entryList(QDir::Files), QStringList{QStringLiteral("Second.PDF")});
-    QCOMPARE(QDir(ApplDir() + QStringLiteral("/zyn/upload")).entryList(QDir::Files), QStringList());
-    QTRY_VERIFY_WITH_TIMEOUT(Logged(QStringLiteral(", FileType=Report, FileName=notes.txt, ErrInfo=Only support PDF report file\n")),
-                             20000);
-
-    // A file of the plug-in's own folders is sent from where it lies.
-    const QString report = reports + QStringLiteral("/Second.PDF");
-    run = Client({QStringLiteral("download"), report, fetched});
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(ReadFile(fetched), QByteArray("%PDF-1.4 second"));
-    QVERIFY(QFile::exists(report));
-}
-
-void TestSiemensHarvelNet::filesWhenTheFileServiceFails()
-{
-    QTemporaryDir local;
     WriteFile(local.path() + QStringLiteral("/LONGNAME.SPF"), "M17\n");
-    WriteFile(local.path() + QStringLiteral("/third.pdf"), "%PDF-1.4 third");
+    for (const char* name : {"first.pdf", "Second.PDF", "third.pdf"})
+        WriteFile(local.path() + QLatin1Char('/') + QLatin1String(name), QByteArray("%PDF-1.4 ") + name);
+    WriteFile(local.path() + QStringLiteral("/notes.txt"), "not a report");
     WriteFile(m_machine.path() + QStringLiteral("/nc/SPF.DIR/COPYME.SPF"), "M17\n");
-    // Each fault strikes once; a rule still listed after a request did not.
+    // A fault of the NC's file service strikes once; a rule still listed
+    // after the request did not.
     auto pending = [this] { return m_host->nc()->control({QStringLiteral("fault"), QStringLiteral("list")}).out.trimmed(); };
-    auto fault = [this](const QString& op, const QString& code) {
-        return m_host->nc()
-            ->control({QStringLiteral("fault"), op, QStringLiteral("*"), QStringLiteral("--code"), code,
-                       QStringLiteral("--times"), QStringLiteral("1")})
-            .code;
+    // A macro goes into the NC's macro folder and comes back through a
+    // temporary copy; a report replaces the one before, one that is no PDF
+    // is refused; a file of the plug-in's own folders is sent from where it
+    // lies. Into the NC there is no second way when the service fails; a
+    // local target or path is still reached by the file system.
+    const struct { const char* fault; const char* args; int code; const char* said; const char* logged; const char* reports; } rows[] = {
+        {"", "upload --type macro L/TESTMAC.SPF", 0, "", ", FileType=Macro, FilePath=//NC/SPF.DIR/TESTMAC.SPF\n", ""},
+        {"", "exists //NC/SPF.DIR/TESTMAC.SPF", 0, "yes\n", "", ""},
+        {"", "exists //NC/SPF.DIR/NOTHERE.SPF", 0, "no\n", ", File=//NC/SPF.DIR/NOTHERE.SPF, IsExists=0\n", ""},
+        {"", "download //NC/SPF.DIR/TESTMAC.SPF L/fetched.spf", 0, "", "", ""},
+        {"", "download //NC/SPF.DIR/NOTHERE.SPF L/fetched.spf", 1, "File not found", "", ""},
+        {"", "upload --type report L/first.pdf", 0, "", "", "first.pdf"},
+        {"", "upload --type report L/Second.PDF", 0, "", "", "Second.PDF"},
+        {"", "upload --type report L/notes.txt", 1, "Only support PDF report file",
+         ", FileType=Report, FileName=notes.txt, ErrInfo=Only support PDF report file\n", "Second.PDF"},
+        {"", "download A/report/Second.PDF L/second.pdf", 0, "", "", "Second.PDF"},
+        {"move 0x81501031", "upload --type macro L/LONGNAME.SPF", 1, "File name is too long", "", ""},
+        {"move 0x80000001", "upload --type report L/third.pdf", 0, "", "", "third.pdf"},
+        {"exist 0x80000002", "exists A/report/third.pdf", 0, "yes\n", "", ""},
+        {"copy 0x8150000B", "download //NC/SPF.DIR/COPYME.SPF L/copy.spf", 1, "Cannot copy file (0x8150000b)", "", ""},
+        {"is-nc 0x80000003", "exists //NC/SPF.DIR/COPYME.SPF", 1, "Cannot check if path is NC (0x80000003)", "", ""},
     };
-
-    // Into the NC there is no second way: the service's word stands.
-    QCOMPARE(fault(QStringLiteral("move"), QStringLiteral("0x81501031")), 0);
-    QVERIFY(!pending().isEmpty());
-    ClientRun run = Client({QStringLiteral("upload"), QStringLiteral("--type"), QStringLiteral("macro"),
-                            local.path() + QStringLiteral("/LONGNAME.SPF")});
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(QStringLiteral("File name is too long")), qPrintable(run.err));
+    for (const auto& row : rows) {
+        const QStringList fault = QString::fromLatin1(row.fault).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        if (!fault.isEmpty())
+            QCOMPARE(m_host->nc()->control({QStringLiteral("fault"), fault.at(0), QStringLiteral("*"), QStringLiteral("--code"),
+                                            fault.at(1), QStringLiteral("--times"), QStringLiteral("1")}).code, 0);
+        QStringList args = QString::fromLatin1(row.args).split(QLatin1Char(' '));
+        args.last().replace(QRegularExpression(QStringLiteral("^L/")), local.path() + QLatin1Char('/'));
+        args.last().replace(QRegularExpression(QStringLiteral("^A/")), ApplDir() + QLatin1Char('/'));
+        args[args.size() - 2].replace(QRegularExpression(QStringLiteral("^A/")), ApplDir() + QLatin1Char('/'));
+        const ClientRun run = Client(args);
+        QVERIFY2(run.exitCode == row.code && (run.out + run.err).contains(QLatin1String(row.said)),
+                 qPrintable(QLatin1String(row.args) + QStringLiteral(": ") + run.out + run.err));
+        QTRY_VERIFY2_WITH_TIMEOUT(Logged(QLatin1String(row.logged)), row.args, 20000);
+        QCOMPARE(pending(), QString());
+        if (*row.reports)
+            QCOMPARE(QDir(ApplDir() + QStringLiteral("/report")).entryList(QDir::Files), QStringList{row.reports});
+        QCOMPARE(QDir(ApplDir() + QStringLiteral("/zyn/upload")).entryList(QDir::Files), QStringList());
+        QTest::qWait(20);  // reports one after the other must differ in their time stamps
+    }
+    QCOMPARE(ReadFile(m_machine.path() + QStringLiteral("/nc/SPF.DIR/TESTMAC.SPF")), macro);
+    QCOMPARE(ReadFile(local.path() + QStringLiteral("/fetched.spf")), macro);
+    QCOMPARE(ReadFile(local.path() + QStringLiteral("/second.pdf")), QByteArray("%PDF-1.4 Second.PDF"));
+    QCOMPARE(ReadFile(ApplDir() + QStringLiteral("/report/third.pdf")), QByteArray("%PDF-1.4 third.pdf"));
     QVERIFY(!QFile::exists(m_machine.path() + QStringLiteral("/nc/SPF.DIR/LONGNAME.SPF")));
-    QCOMPARE(QDir(ApplDir() + QStringLiteral("/zyn/upload")).entryList(QDir::Files), QStringList());
-    QCOMPARE(pending(), QString());
-
-    // A local target is still reached by a plain move.
-    QCOMPARE(fault(QStringLiteral("move"), QStringLiteral("0x80000001")), 0);
-    run = Client({QStringLiteral("upload"), QStringLiteral("--type"), QStringLiteral("report"),
-                  local.path() + QStringLiteral("/third.pdf")});
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    const QString report = ApplDir() + QStringLiteral("/report/third.pdf");
-    QCOMPARE(ReadFile(report), QByteArray("%PDF-1.4 third"));
-    QCOMPARE(pending(), QString());
-
-    // For a local path the file system answers when the service cannot.
-    QCOMPARE(fault(QStringLiteral("exist"), QStringLiteral("0x80000002")), 0);
-    run = Client({QStringLiteral("exists"), report});
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out.trimmed(), QStringLiteral("yes"));
-    QCOMPARE(pending(), QString());
-
-    // An NC file that cannot be copied out cannot be sent.
-    QCOMPARE(fault(QStringLiteral("copy"), QStringLiteral("0x8150000B")), 0);
-    run = Client({QStringLiteral("download"), QStringLiteral("//NC/SPF.DIR/COPYME.SPF"),
-                  local.path() + QStringLiteral("/copy.spf")});
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(QStringLiteral("Cannot copy file (0x8150000b)")), qPrintable(run.err));
-    QCOMPARE(pending(), QString());
-
-    QCOMPARE(fault(QStringLiteral("is-nc"), QStringLiteral("0x80000003")), 0);
-    run = Client({QStringLiteral("exists"), QStringLiteral("//NC/SPF.DIR/COPYME.SPF")});
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(QStringLiteral("Cannot check if path is NC (0x80000003)")), qPrintable(run.err));
-    QCOMPARE(pending(), QString());
-    m_host->nc()->control({QStringLiteral("fault"), QStringLiteral("clear")});
+    QTRY_COMPARE_WITH_TIMEOUT(QDir(ApplDir() + QStringLiteral("/zyn/temp")).entryList(QDir::Files).size(), 0, 20000);
 }
 
 void TestSiemensHarvelNet::clientRegistryOfIpv4AndIpv6Peers()
