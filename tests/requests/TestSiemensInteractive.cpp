@@ -40,18 +40,22 @@ private slots:
     void workOffsets();
     void toolOffsets_data();
     void toolOffsets();
-    void exchangeVariablesAndAnswers_data();
+    void exchangeVariablesAndAnswers_data() { bothModes(); }
     void exchangeVariablesAndAnswers();
     void malformedRequests_data();
     void malformedRequests();
     void syncVariableAndNcRefusals();
-    void answerFilesThatCannotBeWritten_data();
-    void answerFilesThatCannotBeWritten();
     void whatEachModeLooksAt();
-    void slicesOfHalfASecond_data();
+    void slicesOfHalfASecond_data() { bothModes(); }
     void slicesOfHalfASecond();
 
 private:
+    static void bothModes()
+    {
+        QTest::addColumn<bool>("netServer");
+        QTest::newRow("target folder") << false;
+        QTest::newRow("net server") << true;
+    }
     QString applDir() const { return m_machine->path(QStringLiteral("card/oem/sinumerik/hmi/NorvaneZYN/appl")); }
     QString targetReqDir() const { return m_machine->path(QStringLiteral("net/127.0.0.1/telmor/req")); }
     QString netReqDir() const { return applDir() + QStringLiteral("/zyn/req"); }
@@ -314,13 +318,6 @@ void TestSiemensInteractive::toolOffsets()
     QVERIFY2(m_log.has(logged), qPrintable(logged));
 }
 
-void TestSiemensInteractive::exchangeVariablesAndAnswers_data()
-{
-    QTest::addColumn<bool>("netServer");
-    QTest::newRow("target folder") << false;
-    QTest::newRow("net server") << true;
-}
-
 void TestSiemensInteractive::exchangeVariablesAndAnswers()
 {
     QFETCH(bool, netServer);
@@ -363,7 +360,7 @@ void TestSiemensInteractive::exchangeVariablesAndAnswers()
     }
     // An answer's name holds no folder: it could reach outside the folder
     // of answers, for the local copy as well as for the one sent back.
-    const QStringList names = {QStringLiteral("../ESC.RES"), QStringLiteral("sub/ESC.RES"), QStringLiteral("..\\ESC.RES"),
+    const QStringList names = {QStringLiteral("../ESC.RES"), QStringLiteral("sub/ESC.RES"), QStringLiteral("..\\ESC.RES"), QStringLiteral("b\\ESC.RES"),
                                QStringLiteral("/tmp/harvel-ESC.RES"), QStringLiteral(".."), QStringLiteral("A..RES")};
     QVERIFY(QDir().mkpath(reqDir() + QStringLiteral("/sub")));
     for (int i = 0; i < names.size(); ++i) {
@@ -377,6 +374,23 @@ void TestSiemensInteractive::exchangeVariablesAndAnswers()
                                   applDir(), applDir() + QStringLiteral("/.."), QStringLiteral("/tmp")})
         QVERIFY2(QDir(folder).entryList({QStringLiteral("*ESC.RES"), QStringLiteral("A..RES")}, QDir::Files).isEmpty(),
                  qPrintable(folder));
+
+    // An answer that cannot be written (a folder stands in its place)
+    // fails the read.
+    setNc(kTmrVar.arg(8), QStringLiteral("-0.125"));
+    QVERIFY(QDir().mkpath((netServer ? netReqDir() : applDir()) + QStringLiteral("/W.RES")));
+    QCOMPARE(process(QStringLiteral("4 7 0 7 W.RES"), QStringLiteral("W.req")), kFailed);
+    QVERIFY(m_log.has(QStringLiteral("Read variable failed. ReqFile=W.req, Index=7, Value=-0.125, "
+                                     "ErrInfo=Cannot write res file W.RES : ")));
+    if (netServer)
+        return;
+    // The copy to the target folder fails: nothing is left behind locally.
+    m_machine->fail(QStringLiteral("copy"), QStringLiteral("*/C.RES"), 0x81501005);
+    QCOMPARE(process(QStringLiteral("4 7 0 7 C.RES"), QStringLiteral("C.req")), kFailed);
+    QVERIFY(m_log.has(QStringLiteral("Read variable failed. ReqFile=C.req, Index=7, Value=-0.125, ErrInfo=Cannot copy "
+                                     "res file C.RES to //127.0.0.1/telmor/req/, ErrCode=0x81501005\n")));
+    QVERIFY(!QFile::exists(applDir() + QStringLiteral("/C.RES")));
+    QVERIFY(!QFile::exists(targetReqDir() + QStringLiteral("/C.RES")));
 }
 
 void TestSiemensInteractive::malformedRequests_data()
@@ -482,34 +496,6 @@ void TestSiemensInteractive::syncVariableAndNcRefusals()
     QCOMPARE(ncDouble(kSyncVar), 2.0);
 }
 
-void TestSiemensInteractive::answerFilesThatCannotBeWritten_data()
-{
-    QTest::addColumn<bool>("netServer");
-    QTest::newRow("target folder") << false;
-    QTest::newRow("net server") << true;
-}
-
-void TestSiemensInteractive::answerFilesThatCannotBeWritten()
-{
-    QFETCH(bool, netServer);
-    makeProcessor(netServer);
-    setNc(kTmrVar.arg(8), QStringLiteral("-0.125"));
-    // A folder where the answer should be written.
-    QVERIFY(QDir().mkpath((netServer ? netReqDir() : applDir()) + QStringLiteral("/W.RES")));
-    QCOMPARE(process(QStringLiteral("4 7 0 7 W.RES"), QStringLiteral("W.req")), kFailed);
-    QVERIFY(m_log.has(QStringLiteral("Read variable failed. ReqFile=W.req, Index=7, Value=-0.125, "
-                                     "ErrInfo=Cannot write res file W.RES : ")));
-    if (netServer)
-        return;
-    // The copy to the target folder fails: nothing is left behind locally.
-    m_machine->fail(QStringLiteral("copy"), QStringLiteral("*/C.RES"), 0x81501005);
-    QCOMPARE(process(QStringLiteral("4 7 0 7 C.RES"), QStringLiteral("C.req")), kFailed);
-    QVERIFY(m_log.has(QStringLiteral("Read variable failed. ReqFile=C.req, Index=7, Value=-0.125, ErrInfo=Cannot copy "
-                                     "res file C.RES to //127.0.0.1/telmor/req/, ErrCode=0x81501005\n")));
-    QVERIFY(!QFile::exists(applDir() + QStringLiteral("/C.RES")));
-    QVERIFY(!QFile::exists(targetReqDir() + QStringLiteral("/C.RES")));
-}
-
 void TestSiemensInteractive::whatEachModeLooksAt()
 {
     // The timer alone finds a file in the target folder; everything that is
@@ -564,13 +550,6 @@ void TestSiemensInteractive::whatEachModeLooksAt()
     m_processor->slotTimer();
     QVERIFY(m_log.flushed());
     QCOMPARE(m_log.text().count(QStringLiteral("Cannot list req files. ErrCode=0x81501001\n")), 2);
-}
-
-void TestSiemensInteractive::slicesOfHalfASecond_data()
-{
-    QTest::addColumn<bool>("netServer");
-    QTest::newRow("target folder") << false;
-    QTest::newRow("net server") << true;
 }
 
 void TestSiemensInteractive::slicesOfHalfASecond()
