@@ -112,19 +112,35 @@ void XpdfWidget::resizeEvent(QResizeEvent* event)
         render();
 }
 
+void XpdfWidget::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    // The layout has given the view its width by now; a fit value computed
+    // against the width of a hidden view would be wrong.
+    if (m_renderPending || (m_zoom <= 0 && m_document && m_scroll->viewport()->width() != m_renderedWidth))
+        render();
+}
+
 void XpdfWidget::clearPages()
 {
     qDeleteAll(m_pages);
     m_pages.clear();
+    m_renderedZoom = 0.0;
 }
 
 void XpdfWidget::render()
 {
     clearPages();
+    m_renderPending = false;
     if (!m_document)
         return;
+    if (!isVisible()) {
+        m_renderPending = true;
+        return;
+    }
     m_renderedWidth = m_scroll->viewport()->width();
-    const double dpi = 72.0 * getZoomPercent() / 100.0;
+    m_renderedZoom = getZoomPercent();
+    const double dpi = 72.0 * m_renderedZoom / 100.0;
     const int count = m_continuous ? m_document->numPages() : 1;
     for (int i = 0; i < count; ++i) {
         std::unique_ptr<Poppler::Page> page(m_document->page(i));
@@ -138,4 +154,5 @@ void XpdfWidget::render()
         m_pagesLayout->addWidget(label);
         m_pages.append(label);
     }
+    emit zoomChanged(m_renderedZoom);
 }
