@@ -90,7 +90,10 @@ double XpdfWidget::getZoomPercent(int page) const
     if (!p)
         return 100.0;
     const QSizeF size = p->pageSizeF();
-    const QSize view = m_scroll->viewport()->size();
+    // The room inside the frame, with the vertical scroll bar's width always
+    // taken off: the bar comes and goes with the pages drawn, and a fit
+    // measured against the viewport would change with it.
+    const QSize view = m_scroll->contentsRect().size();
     const double byWidth = (view.width() - 2.0 * kMargin - m_scroll->verticalScrollBar()->sizeHint().width()) / size.width();
     if (m_zoom == zoomToWidth)
         return qMax(1.0, 100.0 * byWidth);
@@ -108,7 +111,7 @@ void XpdfWidget::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
     // Only the fit values depend on the view's size.
-    if (m_zoom <= 0 && m_document && m_scroll->viewport()->width() != m_renderedWidth)
+    if (m_zoom <= 0 && m_document && m_scroll->contentsRect().width() != m_renderedWidth)
         render();
 }
 
@@ -117,7 +120,7 @@ void XpdfWidget::showEvent(QShowEvent* event)
     QWidget::showEvent(event);
     // The layout has given the view its width by now; a fit value computed
     // against the width of a hidden view would be wrong.
-    if (m_renderPending || (m_zoom <= 0 && m_document && m_scroll->viewport()->width() != m_renderedWidth))
+    if (m_renderPending || (m_zoom <= 0 && m_document && m_scroll->contentsRect().width() != m_renderedWidth))
         render();
 }
 
@@ -138,7 +141,7 @@ void XpdfWidget::render()
         m_renderPending = true;
         return;
     }
-    m_renderedWidth = m_scroll->viewport()->width();
+    m_renderedWidth = m_scroll->contentsRect().width();
     m_renderedZoom = getZoomPercent();
     const double dpi = 72.0 * m_renderedZoom / 100.0;
     const int count = m_continuous ? m_document->numPages() : 1;
