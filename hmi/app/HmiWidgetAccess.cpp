@@ -128,10 +128,15 @@ bool HmiWidgetAccess::text(QWidget* w, QString& text)
             treeLines(tree->model(), tree->rootIndex(), 0, lines);
         text = lines.join(QLatin1Char('\n'));
     } else if (auto* pdf = qobject_cast<XpdfWidget*>(w)) {
+        // The zoom the pages on show were drawn at, as the operator sees
+        // them; only before they are drawn the one the view would use.
+        double zoom = pdf->getZoom();
+        if (pdf->hasOpenDocument())
+            zoom = pdf->getRenderedZoomPercent() > 0 ? pdf->getRenderedZoomPercent() : pdf->getZoomPercent();
         text = QStringLiteral("file: %1\npages: %2\nzoom: %3")
                    .arg(pdf->hasOpenDocument() ? pdf->getFileName() : QString())
                    .arg(pdf->hasOpenDocument() ? pdf->getNumPages() : 0)
-                   .arg(pdf->hasOpenDocument() ? pdf->getZoomPercent() : pdf->getZoom());
+                   .arg(zoom);
     } else {
         return false;
     }
