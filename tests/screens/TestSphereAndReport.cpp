@@ -276,9 +276,14 @@ void TestSphereAndReport::sphereRunAndEveryStateOfTheStateWord()
 
 void TestSphereAndReport::runOverAProgramInUse()
 {
-    // The channel holds the selected sphere program, interrupted.
+    // The channel holds the selected sphere program, interrupted. Without a
+    // sphere radius the program, where the NC runs it, stops at once at its
+    // input check, without reporting.
+    QVERIFY(Set(kSphere.arg(1), QStringLiteral("0")));
     QVERIFY(Ctl({QStringLiteral("nc"), QStringLiteral("program"), QStringLiteral("start")}).code == 0);
-    QVERIFY(Ctl({QStringLiteral("nc"), QStringLiteral("program"), QStringLiteral("stop")}).code == 0);
+    QTest::qWait(300);
+    Ctl({QStringLiteral("nc"), QStringLiteral("program"), QStringLiteral("stop")});
+    QVERIFY(!Ctl({QStringLiteral("nc"), QStringLiteral("program")}).out.contains(QStringLiteral("chanStatus=0")));
     QVERIFY(Show(4, QStringLiteral("screenFindSphereCenter")));
     QVERIFY(Fill(QStringLiteral("Sphere Radius"), QStringLiteral("10")));
     QVERIFY(Fill(QStringLiteral("Probe Radius"), QStringLiteral("2")));
@@ -288,7 +293,7 @@ void TestSphereAndReport::runOverAProgramInUse()
     QTRY_VERIFY_WITH_TIMEOUT(
         Log().contains(QStringLiteral("Run program failed. PrgName=find_sphere_center.mpf, ErrInfo=Program is occupied\n")),
         5000);
-    QCOMPARE(Get(kSphere.arg(1)), QStringLiteral("12.5"));
+    QCOMPARE(Get(kSphere.arg(1)), QStringLiteral("0"));
     QVERIFY(Ctl({QStringLiteral("nc"), QStringLiteral("program"), QStringLiteral("reset")}).code == 0);
 }
 
