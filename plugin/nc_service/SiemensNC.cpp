@@ -8,10 +8,10 @@
 #include "SiemensDialogMonitor.h"
 #include "SiemensFindSphereCenterMonitor.h"
 #include "SiemensHarvel.h"
-#include "SiemensInteractive.h"
-#include "SiemensStatusMonitor.h"
 #include "SiemensHarvelFormFindSphereCenter.h"
 #include "SiemensHarvelFormReport.h"
+#include "SiemensInteractive.h"
+#include "SiemensStatusMonitor.h"
 #include "SiemensTmrResultMonitor.h"
 #include "SlGfwDialogForm.h"
 
