@@ -44,6 +44,14 @@ constexpr double kPi = 3.14159265358979323846;
 
 using Value = NcProgramRunner::Value;
 
+// Positions in the NC's resolution, a nanometre: COS(90) puts an axis on 0,
+// not on 6e-17.
+double quantised(double position)
+{
+    const double q = std::round(position * 1e9) / 1e9;
+    return q == 0.0 ? 0.0 : q;
+}
+
 Value real(double v)
 {
     Value r;
@@ -519,6 +527,9 @@ bool NcProgramRunner::startMotion(bool rapid, bool measure, bool supa, const QVe
         }
     }
 
+    for (double& p : m_to)
+        p = quantised(p);
+
     double duration = 0;
     if (rapid) {
         for (int i = 0; i < m_to.size(); ++i)
@@ -543,7 +554,7 @@ void NcProgramRunner::advanceMotion(double ms)
     const double f = m_durationMs > 0 ? qMin(1.0, m_elapsedMs / m_durationMs) : 1.0;
     QVector<double> p = m_from;
     for (int i = 0; i < p.size(); ++i)
-        p[i] = f >= 1.0 ? m_to[i] : m_from[i] + f * (m_to[i] - m_from[i]);
+        p[i] = f >= 1.0 ? m_to[i] : quantised(m_from[i] + f * (m_to[i] - m_from[i]));
     m_nc.setAxisPositions(p);
     if (f < 1.0)
         return;
