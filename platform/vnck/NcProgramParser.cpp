@@ -539,6 +539,13 @@ QVector<NcProgramParser::Block> NcProgramParser::parse(const QString& text)
         QString line = lines[i];
         if (line.endsWith(QLatin1Char('\r')))
             line.chop(1);
+        // "%_N_NAME_MPF" heads a program that came in the NC's archive format.
+        if (i == 0 && line.startsWith(QLatin1String("%_N_"))) {
+            Block header;
+            header.line = 1;
+            blocks << header;
+            continue;
+        }
         blocks << parseLine(line, i + 1);
     }
     // Control structures pair up at once; a block left without its partner

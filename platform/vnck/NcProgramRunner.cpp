@@ -469,11 +469,11 @@ bool NcProgramRunner::executeWords(const Block& b)
         }
         // S, T, D, H: spindle speed and tool data do not change the motion here.
     }
+    if (dwell && (!hasFeed || feed < 0))
+        return fail(kSyntax, QStringLiteral("G4 needs the dwell time in seconds as F"));
     ++m_pc;
     m_rapid = rapid;
     if (dwell) {
-        if (!hasFeed || feed < 0)
-            return fail(kSyntax, QStringLiteral("G4 needs the dwell time in seconds as F"));
         m_dwellLeftMs = feed * 1000.0;
     } else if (hasFeed) {
         m_feed = feed;

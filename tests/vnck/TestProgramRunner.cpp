@@ -53,7 +53,7 @@ void TestProgramRunner::language_data()
     QTest::addColumn<QStringList>("expected"); // address=value, after a normal end
 
     QTest::newRow("R parameters, arithmetic, functions")
-        << "N10 R1=2+3*4 R2=(2+3)*4 ; comment\nR3=SQRT(16)+ABS(-2)+TRUNC(2.7)+ROUND(2.5)\n"
+        << "%_N_T_MPF\n;$PATH=/_N_MPF_DIR\nN10 R1=2+3*4 R2=(2+3)*4 ; comment\nR3=SQRT(16)+ABS(-2)+TRUNC(2.7)+ROUND(2.5)\n"
            "R4=SIN(90)+COS(0)\nR5=ROUND(ATAN2(1,1)*1000)/1000\nR[6]=7 DIV 2 + 7 MOD 2\nR7=-R1/4\nM30\n"
         << QStringList{"/Channel/Parameter/r[u1,1]=14", "/Channel/Parameter/r[u1,2]=20",
                        "/Channel/Parameter/r[u1,3]=11", "/Channel/Parameter/r[u1,4]=2",
