@@ -425,7 +425,31 @@ void parseWords(Lexer& lex, Block& b)
             w.value = expr.parse();
         } else {
             QString letters = t.text, digits;
-            const bool numbered = splitAddress(t.text, letters, digits);
+            // Addresses packed without blanks, "N10G1X10Y20": all but the
+            // last become words here, the last goes on below (it may have
+            // a fraction: "G1X10.5").
+            static const QRegularExpression packed(QStringLiteral("^(?:[A-Z][0-9]+){2,}$"));
+            static const QRegularExpression group(QStringLiteral("([A-Z])([0-9]+)"));
+            if (packed.match(t.text).hasMatch()) {
+                QRegularExpressionMatchIterator it = group.globalMatch(t.text);
+                while (it.hasNext()) {
+                    const QRegularExpressionMatch g = it.next();
+                    if (!it.hasNext()) {
+                        w.name = letters = g.captured(1);
+                        digits = g.captured(2);
+                        break;
+                    }
+                    if (g.captured(1) == QLatin1String("N") && b.words.isEmpty() && b.number.isEmpty()) {
+                        b.number = g.captured(0);
+                        continue;
+                    }
+                    Word early;
+                    early.name = g.captured(1);
+                    early.value = make(Expr::Number, g.captured(2), {}, g.captured(2).toDouble());
+                    b.words << early;
+                }
+            }
+            const bool numbered = !digits.isEmpty() || splitAddress(t.text, letters, digits);
             const Token next = lex.peek();
             const bool attached = !next.spaceBefore;
             if (numbered) {

@@ -78,7 +78,7 @@ void TestProgramRunner::language_data()
         << QStringList{"/Channel/Parameter/r[u1,1]=0", "/Channel/Parameter/r[u1,2]=1",
                        "/Channel/Parameter/r[u1,3]=1"};
     QTest::newRow("moves, G91, work offset, measured values")
-        << "G90 G0 X10 Y-5.5 Z=100+1\nG91 X1 A=90\nG90 G1 X=$AA_IM[X]+1 F10000\nR1=$AA_IW[Y]\nG54 R2=$AA_IW[X]\n"
+        << "N5G90G0X10 Y-5.5 Z=100+1\nG91 X1 A=90\nG90 G1 X=$AA_IM[X]+1 F10000\nR1=$AA_IW[Y]\nG54 R2=$AA_IW[X]\n"
            "MEAS=1 G1 Z200 F6000\nR3=$AC_MEA[1]\nM17\n"
         << QStringList{"/Channel/GeometricAxis/actProgPos[u1,1]=12", "/Channel/GeometricAxis/actProgPos[u1,3]=200",
                        "/Channel/GeometricAxis/actProgPos[u1,4]=90", "/Channel/Parameter/r[u1,1]=-5.5",
