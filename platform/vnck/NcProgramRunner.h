@@ -4,6 +4,7 @@
 
 #include <QElapsedTimer>
 #include <QHash>
+#include <QMetaType>
 #include <QObject>
 #include <QString>
 #include <QTimer>
@@ -52,7 +53,7 @@ public:
 
     struct Value
     {
-        int type = 6;        // QMetaType::Double
+        int type = QMetaType::Double;
         double number = 0.0;
         QString text;
         bool isString() const;
@@ -62,7 +63,7 @@ public:
 private:
     struct Local
     {
-        int type = 6;
+        int type = QMetaType::Double;
         int stringLength = 0;
         int size = 0;        // 0: one value
         QVector<Value> data;
