@@ -3,6 +3,9 @@
 #include "SiemensHarvel.h"
 #include "SiemensHarvelFormIMSG.h"
 #include "SiemensHarvelFormMessage.h"
+#include "SiemensHarvelFormSettings.h"
+#include "SiemensHarvelFormUGUD.h"
+#include "SiemensHarvelFormWofsMap.h"
 #include "SlGfwDialogCreatorV2.h"
 #include "SlGfwDialogFormCreatorV2.h"
 
@@ -18,6 +21,11 @@ SiemensHarvelPlugin::SiemensHarvelPlugin() : SlGfwPluginByMakroBaseV2(QString())
     // forms (report, test, log, log export, settings, sphere centre, file
     // browser, UGUD, work offset axes map, message, interactive message).
     registerCreator(new SlGfwDialogCreatorV2<SiemensHarvel>(QStringLiteral("SiemensHarvel")));
+    registerCreator(
+        new SlGfwDialogFormCreatorV2<SiemensHarvelFormSettings>(QStringLiteral("SiemensHarvelFormSettings")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormUGUD>(QStringLiteral("SiemensHarvelFormUGUD")));
+    registerCreator(
+        new SlGfwDialogFormCreatorV2<SiemensHarvelFormWofsMap>(QStringLiteral("SiemensHarvelFormWofsMap")));
     registerCreator(
         new SlGfwDialogFormCreatorV2<SiemensHarvelFormMessage>(QStringLiteral("SiemensHarvelFormMessage")));
     registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormIMSG>(QStringLiteral("SiemensHarvelFormIMSG")));
