@@ -1,6 +1,7 @@
 #include "SiemensHarvelPlugin.h"
 
 #include "SiemensHarvel.h"
+#include "SiemensHarvelFormFileBrowser.h"
 #include "SiemensHarvelFormIMSG.h"
 #include "SiemensHarvelFormMessage.h"
 #include "SlGfwDialogCreatorV2.h"
@@ -18,6 +19,8 @@ SiemensHarvelPlugin::SiemensHarvelPlugin() : SlGfwPluginByMakroBaseV2(QString())
     // forms (report, test, log, log export, settings, sphere centre, file
     // browser, UGUD, work offset axes map, message, interactive message).
     registerCreator(new SlGfwDialogCreatorV2<SiemensHarvel>(QStringLiteral("SiemensHarvel")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormFileBrowser>(
+        QStringLiteral("SiemensHarvelFormFileBrowser")));
     registerCreator(
         new SlGfwDialogFormCreatorV2<SiemensHarvelFormMessage>(QStringLiteral("SiemensHarvelFormMessage")));
     registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormIMSG>(QStringLiteral("SiemensHarvelFormIMSG")));
