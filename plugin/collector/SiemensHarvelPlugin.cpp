@@ -3,6 +3,8 @@
 #include "SiemensHarvel.h"
 #include "SiemensHarvelFormFileBrowser.h"
 #include "SiemensHarvelFormIMSG.h"
+#include "SiemensHarvelFormLog.h"
+#include "SiemensHarvelFormLogExport.h"
 #include "SiemensHarvelFormMessage.h"
 #include "SlGfwDialogCreatorV2.h"
 #include "SlGfwDialogFormCreatorV2.h"
@@ -19,6 +21,9 @@ SiemensHarvelPlugin::SiemensHarvelPlugin() : SlGfwPluginByMakroBaseV2(QString())
     // forms (report, test, log, log export, settings, sphere centre, file
     // browser, UGUD, work offset axes map, message, interactive message).
     registerCreator(new SlGfwDialogCreatorV2<SiemensHarvel>(QStringLiteral("SiemensHarvel")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormLog>(QStringLiteral("SiemensHarvelFormLog")));
+    registerCreator(
+        new SlGfwDialogFormCreatorV2<SiemensHarvelFormLogExport>(QStringLiteral("SiemensHarvelFormLogExport")));
     registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormFileBrowser>(
         QStringLiteral("SiemensHarvelFormFileBrowser")));
     registerCreator(
