@@ -1,7 +1,10 @@
 #include "SiemensHarvelPlugin.h"
 
 #include "SiemensHarvel.h"
+#include "SiemensHarvelFormFileBrowser.h"
 #include "SiemensHarvelFormIMSG.h"
+#include "SiemensHarvelFormLog.h"
+#include "SiemensHarvelFormLogExport.h"
 #include "SiemensHarvelFormMessage.h"
 #include "SiemensHarvelFormSettings.h"
 #include "SiemensHarvelFormUGUD.h"
@@ -21,6 +24,11 @@ SiemensHarvelPlugin::SiemensHarvelPlugin() : SlGfwPluginByMakroBaseV2(QString())
     // forms (report, test, log, log export, settings, sphere centre, file
     // browser, UGUD, work offset axes map, message, interactive message).
     registerCreator(new SlGfwDialogCreatorV2<SiemensHarvel>(QStringLiteral("SiemensHarvel")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormLog>(QStringLiteral("SiemensHarvelFormLog")));
+    registerCreator(
+        new SlGfwDialogFormCreatorV2<SiemensHarvelFormLogExport>(QStringLiteral("SiemensHarvelFormLogExport")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormFileBrowser>(
+        QStringLiteral("SiemensHarvelFormFileBrowser")));
     registerCreator(
         new SlGfwDialogFormCreatorV2<SiemensHarvelFormSettings>(QStringLiteral("SiemensHarvelFormSettings")));
     registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormUGUD>(QStringLiteral("SiemensHarvelFormUGUD")));
