@@ -27,10 +27,10 @@ SiemensHarvelPlugin::SiemensHarvelPlugin() : SlGfwPluginByMakroBaseV2(QString())
     registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormLog>(QStringLiteral("SiemensHarvelFormLog")));
     registerCreator(
         new SlGfwDialogFormCreatorV2<SiemensHarvelFormLogExport>(QStringLiteral("SiemensHarvelFormLogExport")));
-    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormFileBrowser>(
-        QStringLiteral("SiemensHarvelFormFileBrowser")));
     registerCreator(
         new SlGfwDialogFormCreatorV2<SiemensHarvelFormSettings>(QStringLiteral("SiemensHarvelFormSettings")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormFileBrowser>(
+        QStringLiteral("SiemensHarvelFormFileBrowser")));
     registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormUGUD>(QStringLiteral("SiemensHarvelFormUGUD")));
     registerCreator(
         new SlGfwDialogFormCreatorV2<SiemensHarvelFormWofsMap>(QStringLiteral("SiemensHarvelFormWofsMap")));
