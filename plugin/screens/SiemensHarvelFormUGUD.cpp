@@ -244,9 +244,16 @@ void SiemensHarvelFormUGUD::ResizeUGUDGridColWidth()
 {
     if (!m_pUGUDGrid)
         return;
-    for (int c = 0; c < m_pUGUDGrid->columnCount(); ++c)
-        if (!m_pUGUDGrid->isColumnHidden(c))
-            m_pUGUDGrid->resizeColumnToContents(c);
+    // Line numbers of two files stand side by side: they get room for four
+    // digits, so that "1" and "9" do not read as "19".
+    const int numberWidth = m_pUGUDGrid->fontMetrics().horizontalAdvance(QStringLiteral("00000"));
+    for (int c = 0; c < m_pUGUDGrid->columnCount(); ++c) {
+        if (m_pUGUDGrid->isColumnHidden(c))
+            continue;
+        m_pUGUDGrid->resizeColumnToContents(c);
+        if (c < 2)
+            m_pUGUDGrid->setColumnWidth(c, qMax(m_pUGUDGrid->columnWidth(c), numberWidth));
+    }
 }
 
 void SiemensHarvelFormUGUD::slotUGUDGridCurrentChanged(int nRow, int nCol)

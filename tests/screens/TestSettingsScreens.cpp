@@ -232,6 +232,23 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     QCOMPARE(Read(QStringLiteral("radioCoarse")), QStringLiteral("checked"));
     QVERIFY(KeyEnabled(2));
 
+    // The file browser on the focused folder: a cancel leaves the text, a
+    // folder picked goes into the field, not yet into the file.
+    Do({QStringLiteral("focus"), QStringLiteral("TMR Program Folder")});
+    Open(QStringLiteral("showFileBrowser"), QStringLiteral("screenFileBrowser"));
+    QCOMPARE(State().value(QStringLiteral("caption")).toArray().at(0).toString(), QStringLiteral("Select TMR program folder"));
+    Do({QStringLiteral("key"), QStringLiteral("doCancel")});
+    QTRY_COMPARE_WITH_TIMEOUT(Screen(), QStringLiteral("screenSettings"), 20000);
+    QCOMPARE(Read(QStringLiteral("TMR Program Folder")), QStringLiteral("//NC/WKS.DIR/TELMOR.WPD"));
+    QVERIFY(KeyEnabled(3));
+    Open(QStringLiteral("showFileBrowser"), QStringLiteral("screenFileBrowser"));
+    Do({QStringLiteral("tree"), QStringLiteral("fileTree"), QStringLiteral("expand"), QStringLiteral("NC Data")});
+    Do({QStringLiteral("tree"), QStringLiteral("fileTree"), QStringLiteral("select"), QStringLiteral("NC Data/SPF.DIR")});
+    Do({QStringLiteral("key"), QStringLiteral("doOK")});
+    QTRY_COMPARE_WITH_TIMEOUT(Screen(), QStringLiteral("screenSettings"), 20000);
+    QCOMPARE(Read(QStringLiteral("TMR Program Folder")), QStringLiteral("//NC/SPF.DIR"));
+    QCOMPARE(IniBytes(), before);
+
     // The map X Y Z to machine axes 1 2 3, saved at once with the rest.
     Open(QStringLiteral("mapWofsAxes"), QStringLiteral("screenWofsMap"));
     for (const QString& axis : {QStringLiteral("X"), QStringLiteral("Y"), QStringLiteral("Z")})
@@ -247,6 +264,7 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     QCOMPARE(Setting(QStringLiteral("wofsaxes")), QStringLiteral("1-2-3-0-0-0"));
     QCOMPARE(Setting(QStringLiteral("zynnetserverport")), newPort);
     QCOMPARE(Setting(QStringLiteral("workoffset")), QStringLiteral("COARSE"));
+    QCOMPARE(Setting(QStringLiteral("tmrprogramdir")), QStringLiteral("//NC/SPF.DIR"));
     // Stored normalised, and shown as stored.
     QCOMPARE(Setting(QStringLiteral("target")), QStringLiteral("//127.0.0.1/telmor/cell2"));
     QCOMPARE(Read(QStringLiteral("editTargetPath")), QStringLiteral("//127.0.0.1/telmor/cell2"));
