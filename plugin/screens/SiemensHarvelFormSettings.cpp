@@ -15,7 +15,6 @@
 #include <QEvent>
 #include <QGridLayout>
 #include <QHostAddress>
-#include <QPalette>
 #include <QPointer>
 #include <QVariant>
 
@@ -105,12 +104,6 @@ void SiemensHarvelFormSettings::CreateWidgets()
     m_pWorkOffsetGroup->addButton(m_pCoarse);
     m_pWofsAxes = lineEdit("editWofsAxes");
     m_pWofsAxes->setReadOnly(true);
-    // Fields the operator cannot type into must not look as if he could.
-    for (SlGfwLineEdit* edit : {m_pResultFile, m_pWofsAxes}) {
-        QPalette palette = edit->palette();
-        palette.setColor(QPalette::Base, palette.color(QPalette::Window));
-        edit->setPalette(palette);
-    }
 
     addRow(QStringLiteral("ZYN Net Server Enable"), {m_pNetServerEnable});
     addRow(QStringLiteral("ZYN Net Server IP"), {m_pNetServerIp});
