@@ -5,9 +5,6 @@
 #include "CtlClient.h"
 #include "NetLinkFixture.h"
 
-#include <QDir>
-#include <QFile>
-#include <QHostAddress>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -21,39 +18,54 @@
 
 using namespace NetLinkFixture;
 
+namespace {
+QString FreePort()
+{
+    QTcpServer probe;
+    return probe.listen(QHostAddress::LocalHost, 0) ? QString::number(probe.serverPort()) : QString();
+}
+} // namespace
+
 class TestSettingsScreens : public QObject
 {
     Q_OBJECT
 
 private slots:
     void initTestCase();
-    void cleanupTestCase();
+    void cleanupTestCase() { StopHmi(); }
 
     void settingsFollowedByFileAndPlugin();
     void axesMapKeepsWhatItCannotShow();
     void ugudActivationEveryOutcome();
 
 private:
-    static QString FreePort();
     void StartHmi();
     void StopHmi();
-    CtlResult Hmi(const QStringList& args)
+    CtlResult Call(const QString& group, const QStringList& args)
     {
-        return CtlClient::call(m_machine.path(), QStringList{QStringLiteral("hmi")} + args, 20000);
+        return CtlClient::call(m_machine.path(), QStringList{group} + args, 20000);
     }
-    CtlResult Nc(const QStringList& args)
-    {
-        return CtlClient::call(m_machine.path(), QStringList{QStringLiteral("nc")} + args, 20000);
-    }
+    CtlResult Hmi(const QStringList& args) { return Call(QStringLiteral("hmi"), args); }
+    CtlResult Nc(const QStringList& args) { return Call(QStringLiteral("nc"), args); }
     void Do(const QStringList& args)
     {
         const CtlResult r = Hmi(args);
         QVERIFY2(r.code == 0, qPrintable(args.join(QLatin1Char(' ')) + QStringLiteral(": ") + r.err));
     }
-    QJsonObject State();
+    QJsonObject State()
+    {
+        return QJsonDocument::fromJson(Hmi({QStringLiteral("state"), QStringLiteral("--json")}).out.toUtf8()).object();
+    }
     QString Screen() { return State().value(QStringLiteral("screen")).toString(); }
+    QString Caption() { return State().value(QStringLiteral("caption")).toArray().at(0).toString(); }
     QString Status() { return State().value(QStringLiteral("status")).toArray().at(0).toString(); }
-    bool KeyEnabled(int position);
+    bool KeyEnabled(int position)
+    {
+        for (const QJsonValue& v : State().value(QStringLiteral("softkeys")).toObject().value(QStringLiteral("myVr")).toArray())
+            if (v.toObject().value(QStringLiteral("position")).toInt() == position)
+                return v.toObject().value(QStringLiteral("enabled")).toBool();
+        return false;
+    }
     QString Read(const QString& widget) { return Hmi({QStringLiteral("read"), widget}).out.trimmed(); }
     // A grid's rows as shown, empty cells at the end included.
     QStringList Rows(const QString& grid)
@@ -63,12 +75,13 @@ private:
             out.chop(1);
         return out.split(QLatin1Char('\n'));
     }
+    void Key(const QString& action) { Do({QStringLiteral("key"), action}); }
     void Type(const QString& widget, const QString& text)
     {
         Do({QStringLiteral("focus"), widget});
         Do({QStringLiteral("type"), QStringLiteral("--clear"), text});
     }
-    // Presses a key that opens a modal screen and waits until it shows.
+    // Presses a key and waits for the screen it leads to.
     void Open(const QString& action, const QString& screen)
     {
         Do({QStringLiteral("key"), action});
@@ -77,26 +90,29 @@ private:
     void Answer(const QString& action)
     {
         QTRY_COMPARE_WITH_TIMEOUT(Screen(), QStringLiteral("screenMessage"), 20000);
-        Do({QStringLiteral("key"), action});
+        Open(action, QStringLiteral("screenSettings"));
+    }
+    void ShowSettings()
+    {
+        Do({QStringLiteral("area"), QStringLiteral("Norvane")});
+        Do(QStringLiteral("key --menu myHu --position 2").split(QLatin1Char(' ')));
         QTRY_COMPARE_WITH_TIMEOUT(Screen(), QStringLiteral("screenSettings"), 20000);
     }
-    void ShowSettings();
-    QString Ini() const;
-    QByteArray IniBytes() const;
-    QString Setting(const QString& key) const;
+    QString Ini() const { return m_machine.filePath(QStringLiteral("card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI")); }
+    QByteArray IniBytes() const
+    {
+        QFile f(Ini());
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+    QString Setting(const QString& key) const
+    {
+        return QSettings(Ini(), QSettings::IniFormat).value(QStringLiteral("TMRNC/") + key).toString();
+    }
 
     QTemporaryDir m_machine;
     QProcess m_hmi;
     QString m_port;
 };
-
-QString TestSettingsScreens::FreePort()
-{
-    QTcpServer probe;
-    if (!probe.listen(QHostAddress::LocalHost, 0))
-        return QString();
-    return QString::number(probe.serverPort());
-}
 
 void TestSettingsScreens::initTestCase()
 {
@@ -120,53 +136,9 @@ void TestSettingsScreens::StopHmi()
 {
     if (m_hmi.state() != QProcess::Running)
         return;
-    CtlClient::call(m_machine.path(), {QStringLiteral("quit")}, 20000);
+    Call(QStringLiteral("quit"), {});
     QVERIFY(m_hmi.waitForFinished(60000));
     QCOMPARE(m_hmi.exitCode(), 0);
-}
-
-void TestSettingsScreens::cleanupTestCase()
-{
-    StopHmi();
-}
-
-QJsonObject TestSettingsScreens::State()
-{
-    return QJsonDocument::fromJson(Hmi({QStringLiteral("state"), QStringLiteral("--json")}).out.toUtf8()).object();
-}
-
-bool TestSettingsScreens::KeyEnabled(int position)
-{
-    const QJsonArray keys = State().value(QStringLiteral("softkeys")).toObject().value(QStringLiteral("myVr")).toArray();
-    for (const QJsonValue& v : keys)
-        if (v.toObject().value(QStringLiteral("position")).toInt() == position)
-            return v.toObject().value(QStringLiteral("enabled")).toBool();
-    return false;
-}
-
-void TestSettingsScreens::ShowSettings()
-{
-    Do({QStringLiteral("area"), QStringLiteral("Norvane")});
-    Do({QStringLiteral("key"), QStringLiteral("--menu"), QStringLiteral("myHu"), QStringLiteral("--position"),
-        QStringLiteral("2")});
-    QTRY_COMPARE_WITH_TIMEOUT(Screen(), QStringLiteral("screenSettings"), 20000);
-}
-
-QString TestSettingsScreens::Ini() const
-{
-    return m_machine.filePath(QStringLiteral("card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI"));
-}
-
-QByteArray TestSettingsScreens::IniBytes() const
-{
-    QFile f(Ini());
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-QString TestSettingsScreens::Setting(const QString& key) const
-{
-    QSettings ini(Ini(), QSettings::IniFormat);
-    return ini.value(QStringLiteral("TMRNC/") + key).toString();
 }
 
 void TestSettingsScreens::settingsFollowedByFileAndPlugin()
@@ -182,7 +154,7 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     }
     ShowSettings();
     QTRY_COMPARE_WITH_TIMEOUT(Read(QStringLiteral("radioFine")), QStringLiteral("checked"), 10000);
-    QCOMPARE(State().value(QStringLiteral("caption")).toArray().at(0).toString(), QStringLiteral("NC Harvel - Settings"));
+    QCOMPARE(Caption(), QStringLiteral("NC Harvel - Settings"));
     QCOMPARE(Status(), QStringLiteral("Read settings succeeded"));
     QVERIFY(!KeyEnabled(2));
     QCOMPARE(Read(QStringLiteral("ZYN Net Server IP")), QStringLiteral("127.0.0.1"));
@@ -205,14 +177,10 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
 
     // Without the net server the target is needed and the net rows are not.
     Do({QStringLiteral("check"), QStringLiteral("ZYN Net Server Enable"), QStringLiteral("off")});
-    QJsonArray widgets = QJsonDocument::fromJson(Hmi({QStringLiteral("widgets"), QStringLiteral("--json")}).out.toUtf8()).array();
-    auto visible = [&widgets](const QString& name) {
-        for (const QJsonValue& v : widgets)
-            if (v.toObject().value(QStringLiteral("name")).toString() == name)
-                return v.toObject().value(QStringLiteral("visible")).toBool();
-        return false;
-    };
-    QVERIFY(visible(QStringLiteral("editTargetPath")) && !visible(QStringLiteral("editNetServerPort")));
+    const QString widgets = Hmi({QStringLiteral("widgets")}).out;
+    QVERIFY2(widgets.contains(QStringLiteral("editTargetPath\tSlGfwLineEdit\tvisible")) &&
+                 widgets.contains(QStringLiteral("editNetServerPort\tSlGfwLineEdit\thidden")),
+             qPrintable(widgets));
     Type(QStringLiteral("Target Path"), QStringLiteral("//127.0.0.1/telmor/cell2/"));
     Do({QStringLiteral("check"), QStringLiteral("ZYN Net Server Enable"), QStringLiteral("on")});
     Do({QStringLiteral("check"), QStringLiteral("radioCoarse"), QStringLiteral("on")});
@@ -220,13 +188,12 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     // Cancelled query and cancelled map: the file stays as it was, and the
     // edits stay on the form, not read again over.
     const QByteArray before = IniBytes();
-    Do({QStringLiteral("key"), QStringLiteral("saveSettings")});
+    Key(QStringLiteral("saveSettings"));
     Answer(QStringLiteral("doCancel"));
     Open(QStringLiteral("mapWofsAxes"), QStringLiteral("screenWofsMap"));
-    QCOMPARE(State().value(QStringLiteral("caption")).toArray().at(0).toString(), QStringLiteral("Map Work Offset Axes"));
-    Do({QStringLiteral("key"), QStringLiteral("mapDefault")});
-    Do({QStringLiteral("key"), QStringLiteral("doCancel")});
-    QTRY_COMPARE_WITH_TIMEOUT(Screen(), QStringLiteral("screenSettings"), 20000);
+    QCOMPARE(Caption(), QStringLiteral("Map Work Offset Axes"));
+    Key(QStringLiteral("mapDefault"));
+    Open(QStringLiteral("doCancel"), QStringLiteral("screenSettings"));
     QCOMPARE(IniBytes(), before);
     QCOMPARE(Read(QStringLiteral("ZYN Net Server Port")), newPort);
     QCOMPARE(Read(QStringLiteral("radioCoarse")), QStringLiteral("checked"));
@@ -236,16 +203,14 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     // folder picked goes into the field, not yet into the file.
     Do({QStringLiteral("focus"), QStringLiteral("TMR Program Folder")});
     Open(QStringLiteral("showFileBrowser"), QStringLiteral("screenFileBrowser"));
-    QCOMPARE(State().value(QStringLiteral("caption")).toArray().at(0).toString(), QStringLiteral("Select TMR program folder"));
-    Do({QStringLiteral("key"), QStringLiteral("doCancel")});
-    QTRY_COMPARE_WITH_TIMEOUT(Screen(), QStringLiteral("screenSettings"), 20000);
+    QCOMPARE(Caption(), QStringLiteral("Select TMR program folder"));
+    Open(QStringLiteral("doCancel"), QStringLiteral("screenSettings"));
     QCOMPARE(Read(QStringLiteral("TMR Program Folder")), QStringLiteral("//NC/WKS.DIR/TELMOR.WPD"));
     QVERIFY(KeyEnabled(3));
     Open(QStringLiteral("showFileBrowser"), QStringLiteral("screenFileBrowser"));
     Do({QStringLiteral("tree"), QStringLiteral("fileTree"), QStringLiteral("expand"), QStringLiteral("NC Data")});
     Do({QStringLiteral("tree"), QStringLiteral("fileTree"), QStringLiteral("select"), QStringLiteral("NC Data/SPF.DIR")});
-    Do({QStringLiteral("key"), QStringLiteral("doOK")});
-    QTRY_COMPARE_WITH_TIMEOUT(Screen(), QStringLiteral("screenSettings"), 20000);
+    Open(QStringLiteral("doOK"), QStringLiteral("screenSettings"));
     QCOMPARE(Read(QStringLiteral("TMR Program Folder")), QStringLiteral("//NC/SPF.DIR"));
     QCOMPARE(IniBytes(), before);
 
@@ -257,7 +222,7 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     QCOMPARE(Rows(QStringLiteral("gridWofsMap")).mid(0, 3),
              QStringList({QStringLiteral("X\t1\tLinear\tX"), QStringLiteral("Y\t2\tLinear\tY"),
                           QStringLiteral("Z\t3\tLinear\tZ")}));
-    Do({QStringLiteral("key"), QStringLiteral("doOK")});
+    Key(QStringLiteral("doOK"));
     Answer(QStringLiteral("doOK"));
     QCOMPARE(Status(), QStringLiteral("Save settings succeeded. Please restart HMI to use the new settings"));
     QVERIFY(!KeyEnabled(2));
@@ -272,11 +237,11 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     // An empty folder is refused and the file untouched.
     const QByteArray saved = IniBytes();
     Type(QStringLiteral("TMR Macro Folder"), QStringLiteral(" "));
-    Do({QStringLiteral("key"), QStringLiteral("saveSettings")});
+    Key(QStringLiteral("saveSettings"));
     Answer(QStringLiteral("doOK"));
     QCOMPARE(Status(), QStringLiteral("Save settings failed. TMR Macro Folder cannot be empty"));
     QCOMPARE(IniBytes(), saved);
-    Do({QStringLiteral("key"), QStringLiteral("readSettings")});
+    Key(QStringLiteral("readSettings"));
     QCOMPARE(Read(QStringLiteral("TMR Macro Folder")), QStringLiteral("//NC/SPF.DIR"));
 
     // The running plug-in takes the map at once: a coarse shift of G54 (frame
@@ -316,20 +281,18 @@ void TestSettingsScreens::axesMapKeepsWhatItCannotShow()
     QCOMPARE(Rows(QStringLiteral("gridWofsMap")), filled);
     // The same map back asks nothing and changes nothing.
     const QByteArray before = IniBytes();
-    Do({QStringLiteral("key"), QStringLiteral("doOK")});
-    QTRY_COMPARE_WITH_TIMEOUT(Screen(), QStringLiteral("screenSettings"), 20000);
+    Open(QStringLiteral("doOK"), QStringLiteral("screenSettings"));
     QCOMPARE(IniBytes(), before);
 
     // The default map goes by name (the spindle SP1 is nobody's B) and is
     // gone with a cancel; the next showing starts from the stored map.
     Open(QStringLiteral("mapWofsAxes"), QStringLiteral("screenWofsMap"));
-    Do({QStringLiteral("key"), QStringLiteral("mapDefault")});
+    Key(QStringLiteral("mapDefault"));
     QCOMPARE(Rows(QStringLiteral("gridWofsMap")),
              QStringList({QStringLiteral("X\t1\tLinear\tX"), QStringLiteral("Y\t2\tLinear\tY"),
                           QStringLiteral("Z\t3\tLinear\tZ"), QStringLiteral("A\t4\tRotary\tA"),
                           QStringLiteral("B\t0\t\t"), QStringLiteral("C\t6\tRotary\tC")}));
-    Do({QStringLiteral("key"), QStringLiteral("doCancel")});
-    QTRY_COMPARE_WITH_TIMEOUT(Screen(), QStringLiteral("screenSettings"), 20000);
+    Open(QStringLiteral("doCancel"), QStringLiteral("screenSettings"));
     QCOMPARE(IniBytes(), before);
     Open(QStringLiteral("mapWofsAxes"), QStringLiteral("screenWofsMap"));
     QCOMPARE(Rows(QStringLiteral("gridWofsMap")), filled);
@@ -337,7 +300,7 @@ void TestSettingsScreens::axesMapKeepsWhatItCannotShow()
     // Choosing no axis writes 0; the untouched 9 is kept.
     Do({QStringLiteral("cell"), QStringLiteral("gridWofsMap"), QStringLiteral("0"), QStringLiteral("3"),
         QStringLiteral("--choose"), QString()});
-    Do({QStringLiteral("key"), QStringLiteral("doOK")});
+    Key(QStringLiteral("doOK"));
     Answer(QStringLiteral("doOK"));
     QCOMPARE(Setting(QStringLiteral("wofsaxes")), QStringLiteral("0-9-0-0-0-0"));
 }
@@ -377,7 +340,7 @@ void TestSettingsScreens::ugudActivationEveryOutcome()
     for (const Outcome& o : outcomes) {
         const QByteArray before = readUgud();
         Open(QStringLiteral("activateUGUD"), QStringLiteral("screenUGUD"));
-        QCOMPARE(State().value(QStringLiteral("caption")).toArray().at(0).toString(), QStringLiteral("Activate UGUD"));
+        QCOMPARE(Caption(), QStringLiteral("Activate UGUD"));
         const QStringList rows = Rows(QStringLiteral("gridUGUD"));
         QCOMPARE(rows.first(), QStringLiteral("\t1\t+\t; NC Velmar Variables"));
         // Kept with both numbers, dropped with the old one only (the file
@@ -390,7 +353,7 @@ void TestSettingsScreens::ugudActivationEveryOutcome()
         // way back to the NC.
         if (*o.fault)
             QCOMPARE(Nc(QStringList{QStringLiteral("fault")} + QString::fromLatin1(o.fault).split(QLatin1Char(' '))).code, 0);
-        Do({QStringLiteral("key"), QStringLiteral("doOK")});
+        Key(QStringLiteral("doOK"));
         Answer(QString::fromLatin1(o.answer));
         QTRY_COMPARE_WITH_TIMEOUT(Status(), QString::fromLatin1(o.status), 20000);
         Nc({QStringLiteral("fault"), QStringLiteral("clear")});
@@ -412,8 +375,7 @@ void TestSettingsScreens::ugudActivationEveryOutcome()
     QCOMPARE(Status(), QStringLiteral("Cannot load UGUD file"));
     QVERIFY(!KeyEnabled(8));
     QCOMPARE(Read(QStringLiteral("gridUGUD")), QString());
-    Do({QStringLiteral("key"), QStringLiteral("doCancel")});
-    QTRY_COMPARE_WITH_TIMEOUT(Screen(), QStringLiteral("screenSettings"), 20000);
+    Open(QStringLiteral("doCancel"), QStringLiteral("screenSettings"));
     Nc({QStringLiteral("fault"), QStringLiteral("clear")});
 }
 
