@@ -152,10 +152,18 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
         QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
         f.write(edited);
     }
+    // The plug-in has taken the edit when it logs the values it read.
+    const QString log = m_machine.filePath(QStringLiteral("card/oem/sinumerik/hmi/NorvaneZYN/appl/logs/SiemensHarvel.log"));
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&log] {
+            QFile f(log);
+            return f.open(QIODevice::ReadOnly) && f.readAll().contains("Work Offset Type = fine");
+        }(),
+        20000);
     ShowSettings();
     QTRY_COMPARE_WITH_TIMEOUT(Read(QStringLiteral("radioFine")), QStringLiteral("checked"), 10000);
     QCOMPARE(Caption(), QStringLiteral("NC Harvel - Settings"));
-    QCOMPARE(Status(), QStringLiteral("Read settings succeeded"));
+    QTRY_COMPARE_WITH_TIMEOUT(Status(), QStringLiteral("Read settings succeeded"), 20000);
     QVERIFY(!KeyEnabled(2));
     QCOMPARE(Read(QStringLiteral("ZYN Net Server IP")), QStringLiteral("127.0.0.1"));
     QCOMPARE(Read(QStringLiteral("ZYN Net Server Port")), m_port);
@@ -224,7 +232,7 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
                           QStringLiteral("Z\t3\tLinear\tZ")}));
     Key(QStringLiteral("doOK"));
     Answer(QStringLiteral("doOK"));
-    QCOMPARE(Status(), QStringLiteral("Save settings succeeded. Please restart HMI to use the new settings"));
+    QTRY_COMPARE_WITH_TIMEOUT(Status(), QStringLiteral("Save settings succeeded. Please restart HMI to use the new settings"), 20000);
     QVERIFY(!KeyEnabled(2));
     QCOMPARE(Setting(QStringLiteral("wofsaxes")), QStringLiteral("1-2-3-0-0-0"));
     QCOMPARE(Setting(QStringLiteral("zynnetserverport")), newPort);
@@ -239,7 +247,7 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     Type(QStringLiteral("TMR Macro Folder"), QStringLiteral(" "));
     Key(QStringLiteral("saveSettings"));
     Answer(QStringLiteral("doOK"));
-    QCOMPARE(Status(), QStringLiteral("Save settings failed. TMR Macro Folder cannot be empty"));
+    QTRY_COMPARE_WITH_TIMEOUT(Status(), QStringLiteral("Save settings failed. TMR Macro Folder cannot be empty"), 20000);
     QCOMPARE(IniBytes(), saved);
     Key(QStringLiteral("readSettings"));
     QCOMPARE(Read(QStringLiteral("TMR Macro Folder")), QStringLiteral("//NC/SPF.DIR"));
@@ -372,7 +380,7 @@ void TestSettingsScreens::ugudActivationEveryOutcome()
     QCOMPARE(Nc({QStringLiteral("fault"), QStringLiteral("exist"), QStringLiteral("//NC/DEF.DIR/UGUD.DEF"),
                  QStringLiteral("--code"), QStringLiteral("0x81501005")}).code, 0);
     Open(QStringLiteral("activateUGUD"), QStringLiteral("screenUGUD"));
-    QCOMPARE(Status(), QStringLiteral("Cannot load UGUD file"));
+    QTRY_COMPARE_WITH_TIMEOUT(Status(), QStringLiteral("Cannot load UGUD file"), 20000);
     QVERIFY(!KeyEnabled(8));
     QCOMPARE(Read(QStringLiteral("gridUGUD")), QString());
     Open(QStringLiteral("doCancel"), QStringLiteral("screenSettings"));
