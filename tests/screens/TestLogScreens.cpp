@@ -140,6 +140,7 @@ private slots:
     void exportToStickCopiesWholeFilesOrSaysWhy();
     void exportToNetReachesTheWatchingClient();
     void netChoiceOffWithoutNetServer();
+    void fileBrowserOffersOnlyTheKindAskedFor();
 
 private:
     Machine m;
@@ -325,6 +326,36 @@ void TestLogScreens::netChoiceOffWithoutNetServer()
     QVERIFY(!off.Ok({"hmi", "check", "radioZynNet", "on"}));
     QCOMPARE(off.Read(QStringLiteral("radioUsbStick")), QStringLiteral("checked"));
     off.Stop();
+}
+
+void TestLogScreens::fileBrowserOffersOnlyTheKindAskedFor()
+{
+    const QString properties = QStringLiteral(
+        "-slgfwprop1 formFileBrowser.propCaption=Pick -slgfwprop2 formFileBrowser.propBackScreen=screenLog "
+        "-slgfwprop3 formFileBrowser.propIsBrowseFile=%1 -slgfwprop4 formFileBrowser.propDriveTypes=3 "
+        "-slgfwprop5 formFileBrowser.propCurrentPath=//NC");
+    for (const bool browseFile : {false, true}) {
+        QVERIFY(m.Ok({"hmi", "area", "Norvane"}));
+        QVERIFY(m.Ok({"hmi", "open", "screenFileBrowser", properties.arg(int(browseFile))}));
+        QTRY_COMPARE(m.Screen(), QStringLiteral("screenFileBrowser"));
+        // The NC and the card, no stick: flags 3 take no drive of the list.
+        QCOMPARE(m.Read(QStringLiteral("fileTree")), QStringLiteral("NC Data\nSystem CF card"));
+        QVERIFY(!m.KeyEnabled(8));
+        QVERIFY(m.Tree("expand", QStringLiteral("System CF card")));
+        QTRY_VERIFY(m.Read(QStringLiteral("fileTree")).contains(QStringLiteral("  oem")));
+        // versions.xml is a file: shown and pickable only when files are asked for.
+        QCOMPARE(m.Read(QStringLiteral("fileTree")).contains(QStringLiteral("versions.xml")), browseFile);
+        QVERIFY(m.Tree("select", QStringLiteral("System CF card/oem")));
+        QTRY_COMPARE(m.Status(), browseFile ? QString() : QStringLiteral("/card/oem"));
+        QCOMPARE(m.KeyEnabled(8), !browseFile);
+        if (browseFile) {
+            QVERIFY(m.Tree("select", QStringLiteral("System CF card/versions.xml")));
+            QTRY_COMPARE(m.Status(), QStringLiteral("/card/versions.xml"));
+            QVERIFY(m.KeyEnabled(8));
+        }
+        QVERIFY(m.Ok({"hmi", "key", "doOK"}));
+        QTRY_COMPARE(m.Screen(), QStringLiteral("screenLog"));
+    }
 }
 
 QTEST_MAIN(TestLogScreens)
