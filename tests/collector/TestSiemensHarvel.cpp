@@ -208,8 +208,11 @@ void TestSiemensHarvel::registersTheComponentWithTheHmi()
     QVERIFY(registry);
     QCOMPARE(registry->metaType(QStringLiteral("SiemensHarvel")), 2);
     QCOMPARE(registry->guiComponentClasses(), QStringList{QStringLiteral("SiemensHarvel")});
-    QCOMPARE(registry->dialogFormClasses(),
+    // The forms in the HMI's order of lookup, the two message forms last.
+    const QStringList forms = registry->dialogFormClasses();
+    QCOMPARE(forms.mid(forms.size() - 2),
              QStringList({QStringLiteral("SiemensHarvelFormMessage"), QStringLiteral("SiemensHarvelFormIMSG")}));
+    QVERIFY(forms.contains(QStringLiteral("SiemensHarvelFormLog")));
     QCOMPARE(registry->metaType(QStringLiteral("SiemensHarvelFormIMSG")), 16);
     QVERIFY(registry->panelFormClasses().isEmpty() && registry->screenClasses().isEmpty()
             && registry->softkeyClasses().isEmpty() && registry->dialogBarClasses().isEmpty()
