@@ -66,10 +66,6 @@ public:
     void SetColHide(int column, bool hide);
     void SetColWidth(int column, int width);
 
-    SlGfwTreeWidget* Tree() const { return m_pTree; }
-    // The paths of the logical drives loaded, those whose mounting is followed.
-    QStringList DrivePaths() const { return m_drivePaths; }
-
 signals:
     void signalSelectionChanged();
     void signalDriveNotify(const QString& drvName, const QString& drvPath, bool isMounted);
