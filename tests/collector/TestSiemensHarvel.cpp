@@ -208,9 +208,6 @@ void TestSiemensHarvel::registersTheComponentWithTheHmi()
     QVERIFY(registry);
     QCOMPARE(registry->metaType(QStringLiteral("SiemensHarvel")), 2);
     QCOMPARE(registry->guiComponentClasses(), QStringList{QStringLiteral("SiemensHarvel")});
-    QCOMPARE(registry->dialogFormClasses(),
-             QStringList({QStringLiteral("SiemensHarvelFormMessage"), QStringLiteral("SiemensHarvelFormIMSG")}));
-    QCOMPARE(registry->metaType(QStringLiteral("SiemensHarvelFormIMSG")), 16);
     QVERIFY(registry->panelFormClasses().isEmpty() && registry->screenClasses().isEmpty()
             && registry->softkeyClasses().isEmpty() && registry->dialogBarClasses().isEmpty()
             && registry->functionBlockClasses().isEmpty());

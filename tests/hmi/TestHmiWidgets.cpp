@@ -8,6 +8,9 @@
 #include "SlGrGrid.h"
 #include "XpdfWidget.h"
 
+#include <QComboBox>
+#include <QLineEdit>
+
 #include <QDir>
 #include <QIcon>
 #include <QPainter>
@@ -45,22 +48,46 @@ void TestHmiWidgets::gridCellsAndSignals()
     grid.setItem(0, 1, combo);
     QSignalSpy values(&grid, &SlGrGrid::valueChanged);
 
+    // What a form puts into its grid is no edit of the operator's.
     check->setChecked(false);
-    QCOMPARE(values.count(), 1);
-    QCOMPARE(values.takeFirst(), QVariantList({0, 0}));
-    check->setChecked(false); // no change, no signal
-    QCOMPARE(values.count(), 0);
-
     combo->setCurrentIndex(2);
-    QCOMPARE(values.count(), 1);
-    QCOMPARE(values.takeFirst(), QVariantList({0, 1}));
+    grid.setText(1, 2, QStringLiteral("other path"));
+    QCOMPARE(values.count(), 0);
     QCOMPARE(combo->currentText(), QStringLiteral("Y1"));
     QCOMPARE(grid.text(0, 1), QStringLiteral("Y1"));
     combo->setCurrentIndex(7); // out of range: kept
     QCOMPARE(combo->currentIndex(), 2);
-    // An editor hands back the chosen text.
-    combo->setData(Qt::EditRole, QStringLiteral("X1"));
+
+    // The operator's: a choice in the cell's editor, the space key on a
+    // check cell, a text typed into a plain cell.
+    const QModelIndex comboCell = grid.model()->index(0, 1);
+    QWidget* editor = grid.itemDelegate()->createEditor(grid.viewport(), QStyleOptionViewItem(), comboCell);
+    auto* box = qobject_cast<QComboBox*>(editor);
+    QVERIFY(box);
+    grid.itemDelegate()->setEditorData(box, comboCell);
+    QCOMPARE(box->currentIndex(), 2);
+    box->setCurrentIndex(1);
+    grid.itemDelegate()->setModelData(box, grid.model(), comboCell);
+    delete editor;
     QCOMPARE(combo->currentIndex(), 1);
+    QCOMPARE(values.count(), 1);
+    QCOMPARE(values.takeFirst(), QVariantList({0, 1}));
+
+    grid.setCurrentCell(0, 0);
+    QTest::keyClick(&grid, Qt::Key_Space);
+    QVERIFY(check->isChecked());
+    QCOMPARE(values.count(), 1);
+    QCOMPARE(values.takeFirst(), QVariantList({0, 0}));
+
+    const QModelIndex textCell = grid.model()->index(1, 2);
+    QWidget* line = grid.itemDelegate()->createEditor(grid.viewport(), QStyleOptionViewItem(), textCell);
+    QVERIFY(qobject_cast<QLineEdit*>(line));
+    qobject_cast<QLineEdit*>(line)->setText(QStringLiteral("typed"));
+    grid.itemDelegate()->setModelData(line, grid.model(), textCell);
+    delete line;
+    QCOMPARE(grid.text(1, 2), QStringLiteral("typed"));
+    QCOMPARE(values.count(), 1);
+    QCOMPARE(values.takeFirst(), QVariantList({1, 2}));
 
     QSignalSpy current(&grid, &SlGrGrid::currentChanged);
     grid.setCurrentCell(1, 2);

@@ -328,10 +328,13 @@ void TestZynNetLink::notificationsReachASubscriber()
         QStringLiteral("program-status status=1 flag=1 program=\"//NC/WKS.DIR/A.WPD/A.MPF\""),
         QStringLiteral("machine-status status=3 flag=0 text1=\"Alarm 61000\""),
         QStringLiteral("axis-positions ABCDEFGHIJKLMNO=0.5 AX1=1.5"),
-        QStringLiteral("journal Telmor20261122030405a.cna 10 saved"),
-        QStringLiteral("log-file SiemensHarvel.log")};
+        QStringLiteral("journal Telmor20261122030405a.cna 10 saved")};
     for (const QString& start : want)
         QVERIFY2(lines.filter(start).size() == 1, qPrintable(start + QLatin1Char('\n') + lines.join(QLatin1Char('\n'))));
+    // The client tells the start of the log file and its end.
+    const QStringList logLines = lines.filter(QStringLiteral("log-file SiemensHarvel.log"));
+    QCOMPARE(logLines.size(), 2);
+    QVERIFY2(logLines.first().endsWith(QStringLiteral(" exporting")), qPrintable(logLines.first()));
     QVERIFY(lines.filter(QStringLiteral("machine-status")).first().contains(QStringLiteral("third")));
     const QStringList pairs = lines.filter(QStringLiteral("axis-positions")).first().split(QLatin1Char(' ')).mid(1);
     QCOMPARE(pairs.size(), 30);
