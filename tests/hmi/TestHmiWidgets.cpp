@@ -21,26 +21,24 @@ class TestHmiWidgets : public QObject
     Q_OBJECT
 
 private slots:
-    void gridCellsAndSignals();
-    void gridPalettes();
-    void lineEditNamesItsSource();
-    void formBars();
+    void gridCellsPalettesAndSignals();
+    void lineEditAndFormBars();
     void pdfZoom();
     void imagesAreFoundOnTheCardFirst();
 };
 
-void TestHmiWidgets::gridCellsAndSignals()
+void TestHmiWidgets::gridCellsPalettesAndSignals()
 {
-    SlGrGrid grid(0, 3, nullptr, QStringLiteral("grid"));
+    SlGrGrid grid(0, 4, nullptr, "grid");
     QCOMPARE(grid.appendRow(), 0);
     QCOMPARE(grid.appendRow(), 1);
-    grid.setText(1, 2, QStringLiteral("path"));
+    grid.setText(1, 2, "path");
     QCOMPARE(grid.text(1, 2), QStringLiteral("path"));
-    grid.setText(5, 0, QStringLiteral("outside")); // no row 5: nothing happens
+    grid.setText(5, 0, "outside"); // no row 5: nothing happens
     QCOMPARE(grid.rowCount(), 2);
 
     auto* check = new SlGrCheckGridItem(QString(), true);
-    auto* combo = new SlGrComboGridItem({QString(), QStringLiteral("X1"), QStringLiteral("Y1")});
+    auto* combo = new SlGrComboGridItem({QString(), "X1", "Y1"});
     grid.setItem(0, 0, check);
     grid.setItem(0, 1, combo);
     QSignalSpy values(&grid, &SlGrGrid::valueChanged);
@@ -59,7 +57,7 @@ void TestHmiWidgets::gridCellsAndSignals()
     combo->setCurrentIndex(7); // out of range: kept
     QCOMPARE(combo->currentIndex(), 2);
     // An editor hands back the chosen text.
-    combo->setData(Qt::EditRole, QStringLiteral("X1"));
+    combo->setData(Qt::EditRole, "X1");
     QCOMPARE(combo->currentIndex(), 1);
 
     QSignalSpy current(&grid, &SlGrGrid::currentChanged);
@@ -69,13 +67,10 @@ void TestHmiWidgets::gridCellsAndSignals()
 
     grid.removeRow(0);
     QCOMPARE(grid.rowCount(), 1);
-}
+    grid.appendRow();
 
-void TestHmiWidgets::gridPalettes()
-{
-    SlGrGrid grid(2, 4);
-    grid.setText(0, 0, QStringLiteral("1"));
-    grid.setText(0, 3, QStringLiteral("DEF NCK INT TMR_FILE"));
+    grid.setText(0, 0, "1");
+    grid.setText(0, 3, "DEF NCK INT TMR_FILE");
     QPalette grey = grid.palette();
     grey.setColor(QPalette::Base, Qt::lightGray);
     grid.setColumnColorPalette(0, grey);
@@ -84,7 +79,7 @@ void TestHmiWidgets::gridPalettes()
     QCOMPARE(grid.getCellColorPalette(0, 3).color(QPalette::Base), grid.palette().color(QPalette::Base));
 
     // A colour is no value: setting it must not look like an edit.
-    QSignalSpy values(&grid, &SlGrGrid::valueChanged);
+    values.clear();
     QPalette p = grid.getCellColorPalette(0, 3);
     for (auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
         p.setColor(group, QPalette::Text, Qt::darkGreen);
@@ -99,7 +94,7 @@ void TestHmiWidgets::gridPalettes()
     QCOMPARE(grid.QTableWidget::selectionMode(), QAbstractItemView::NoSelection);
 }
 
-void TestHmiWidgets::lineEditNamesItsSource()
+void TestHmiWidgets::lineEditAndFormBars()
 {
     SlGfwLineEdit edit;
     QSignalSpy spy(&edit, qOverload<const QString&, QWidget*>(&SlGfwLineEdit::textChanged));
@@ -109,19 +104,16 @@ void TestHmiWidgets::lineEditNamesItsSource()
     QCOMPARE(spy.count(), 2);
     QCOMPARE(spy.last().at(0).toString(), QStringLiteral("G54"));
     QCOMPARE(spy.last().at(1).value<QWidget*>(), &edit);
-}
 
-void TestHmiWidgets::formBars()
-{
-    SlGfwDialogForm form(nullptr, QStringLiteral("formX"));
+    SlGfwDialogForm form(nullptr, "formX");
     QSignalSpy status(&form, &SlGfwDialogForm::statusBarChanged);
     form.setStatusBarElementCount(2);
     form.setStatusBarElementAlignment(2, 1);
-    form.setStatusBarElementText(QStringLiteral("right"), 1);
+    form.setStatusBarElementText("right", 1);
     QCOMPARE(form.statusBarElementAlignment(1), Qt::Alignment(Qt::AlignRight));
     QCOMPARE(form.statusBarElementText(1), QStringLiteral("right"));
     // A text beyond the count is kept rather than lost.
-    form.setStatusBarElementText(QStringLiteral("third"), 2);
+    form.setStatusBarElementText("third", 2);
     QCOMPARE(form.statusBarElementCount(), 3);
     QCOMPARE(status.count(), 4);
     form.setCaptionBarElementAlignment(Qt::AlignCenter, 5); // no element 5: ignored
@@ -131,14 +123,14 @@ void TestHmiWidgets::formBars()
 void TestHmiWidgets::pdfZoom()
 {
     QTemporaryDir dir;
-    const QString pdf = dir.filePath(QStringLiteral("report.pdf"));
+    const QString pdf = dir.filePath("report.pdf");
     {
         QPdfWriter writer(pdf);
         writer.setPageSize(QPageSize(QPageSize::A4));
         QPainter painter(&writer);
-        painter.drawText(QPointF(100, 100), QStringLiteral("Report"));
+        painter.drawText(QPointF(100, 100), "Report");
         writer.newPage();
-        painter.drawText(QPointF(100, 100), QStringLiteral("Page 2"));
+        painter.drawText(QPointF(100, 100), "Page 2");
     }
     XpdfWidget view(Qt::white, Qt::gray, false);
     view.resize(800, 600);
@@ -146,7 +138,7 @@ void TestHmiWidgets::pdfZoom()
     view.init(QString());
     view.setZoom(XpdfWidget::zoomToWidth);
     QVERIFY(view.getFileName().isEmpty());
-    QVERIFY(view.loadFile(dir.filePath(QStringLiteral("missing.pdf")), QString()) != XpdfWidget::pdfOk);
+    QVERIFY(view.loadFile(dir.filePath("missing.pdf"), QString()) != XpdfWidget::pdfOk);
     QVERIFY(view.getFileName().isEmpty());
 
     QCOMPARE(view.loadFile(pdf, QString()), int(XpdfWidget::pdfOk));
@@ -170,30 +162,30 @@ void TestHmiWidgets::pdfZoom()
 void TestHmiWidgets::imagesAreFoundOnTheCardFirst()
 {
     QString path;
-    QVERIFY(!SlGfwBaseForm::searchImageFile(QStringLiteral("no_such_image.png"), path, true));
+    QVERIFY(!SlGfwBaseForm::searchImageFile("no_such_image.png", path, true));
     // The file views' icons exist even on an empty card, and they differ.
-    QVERIFY(SlGfwBaseForm::searchImageFile(QStringLiteral("fv_folder_closed.png"), path, true));
+    QVERIFY(SlGfwBaseForm::searchImageFile("fv_folder_closed.png", path, true));
     QIcon closed;
     closed.addFile(path);
-    QVERIFY(SlGfwBaseForm::searchImageFile(QStringLiteral("fv_folder_opened.png"), path, true));
+    QVERIFY(SlGfwBaseForm::searchImageFile("fv_folder_opened.png", path, true));
     QIcon opened;
     opened.addFile(path);
     QVERIFY(!closed.isNull() && !opened.isNull());
     QVERIFY(closed.cacheKey() != opened.cacheKey());
 
     QTemporaryDir card;
-    QVERIFY(QDir().mkpath(card.filePath(QStringLiteral("oem/ico1024"))));
-    QVERIFY(QDir().mkpath(card.filePath(QStringLiteral("user"))));
-    QImage(8, 8, QImage::Format_ARGB32).save(card.filePath(QStringLiteral("oem/ico1024/fv_file.png")));
-    QImage(8, 8, QImage::Format_ARGB32).save(card.filePath(QStringLiteral("user/fv_file.png")));
-    SlGfwBaseForm::setImageSearchPaths({card.filePath(QStringLiteral("user")), card.filePath(QStringLiteral("oem"))});
-    QVERIFY(SlGfwBaseForm::searchImageFile(QStringLiteral("fv_file.png"), path, true));
+    QVERIFY(QDir().mkpath(card.filePath("oem/ico1024")));
+    QVERIFY(QDir().mkpath(card.filePath("user")));
+    QImage(8, 8, QImage::Format_ARGB32).save(card.filePath("oem/ico1024/fv_file.png"));
+    QImage(8, 8, QImage::Format_ARGB32).save(card.filePath("user/fv_file.png"));
+    SlGfwBaseForm::setImageSearchPaths({card.filePath("user"), card.filePath("oem")});
+    QVERIFY(SlGfwBaseForm::searchImageFile("fv_file.png", path, true));
     QCOMPARE(path, card.filePath(QStringLiteral("user/fv_file.png")));
     QVERIFY(QFile::remove(path));
-    QVERIFY(SlGfwBaseForm::searchImageFile(QStringLiteral("fv_file.png"), path, true));
+    QVERIFY(SlGfwBaseForm::searchImageFile("fv_file.png", path, true));
     QCOMPARE(path, card.filePath(QStringLiteral("oem/ico1024/fv_file.png")));
     // Without the resolution folders only the folder itself counts.
-    QVERIFY(SlGfwBaseForm::searchImageFile(QStringLiteral("fv_file.png"), path, false));
+    QVERIFY(SlGfwBaseForm::searchImageFile("fv_file.png", path, false));
     QVERIFY(path.startsWith(QLatin1Char(':')));
     SlGfwBaseForm::setImageSearchPaths({});
 }
