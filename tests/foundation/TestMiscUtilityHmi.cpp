@@ -56,84 +56,52 @@ class TestMiscUtilityHmi : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void showMessageDialogAnswersOnlyOkWithTrue_data();
-    void showMessageDialogAnswersOnlyOkWithTrue();
-    void setSoftKeyEnable();
-
-private:
-    Host m_host;
-    SlGfwHmiDialog* m_dialog = nullptr;
+    void showMessageDialogAndSetSoftKeyEnable();
 };
 
-void TestMiscUtilityHmi::init()
+void TestMiscUtilityHmi::showMessageDialogAndSetSoftKeyEnable()
 {
+    Host host;
     SlGfwAreaConfig cfg;
     QString error;
     QVERIFY2(cfg.parse(QString::fromLatin1(kArea), error), qPrintable(error));
-    m_dialog = new SlGfwHmiDialog(nullptr, QStringLiteral("D"));
-    m_dialog->setupArea(QStringLiteral("Area"), cfg, &m_host);
-    QVERIFY(m_dialog->switchToScreen(QStringLiteral("screenTest")));
-}
+    SlGfwHmiDialog dialog(nullptr, "D");
+    dialog.setupArea("Area", cfg, &host);
+    QVERIFY(dialog.switchToScreen("screenTest"));
+    QVERIFY(!CMiscUtility::ShowMessageDialog(nullptr, "screenTest", "?", "Query"));
+    // Only OK answers true. Texts that read like properties of the screen are passed unchanged.
+    const QString message = "Set TMR_FILE = 1 for %2 files? -slgfwprop4 x";
+    for (const char* key : {"doOK", "doCancel"}) {
+        QString shownOn;
+        QTimer::singleShot(0, &dialog, [&] {
+            shownOn = dialog.activeScreen();
+            dialog.pressAction(key, error);
+        });
+        QCOMPARE(CMiscUtility::ShowMessageDialog(&dialog, "screenTest", message, "A query"), key == QLatin1String("doOK"));
+        QCOMPARE(shownOn, QStringLiteral("screenMessage"));
+        QCOMPARE(dialog.activeScreen(), QStringLiteral("screenTest"));
+        auto* form = qobject_cast<QueryForm*>(dialog.existingForm("formMessage"));
+        QVERIFY(form);
+        QCOMPARE(QStringList({form->message, form->caption, form->backScreen}), QStringList({message, "A query", "screenTest"}));
+    }
 
-void TestMiscUtilityHmi::cleanup()
-{
-    delete m_dialog;
-}
-
-void TestMiscUtilityHmi::showMessageDialogAnswersOnlyOkWithTrue_data()
-{
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<bool>("answer");
-    QTest::newRow("OK") << QStringLiteral("doOK") << true;
-    QTest::newRow("Cancel") << QStringLiteral("doCancel") << false;
-}
-
-void TestMiscUtilityHmi::showMessageDialogAnswersOnlyOkWithTrue()
-{
-    QFETCH(QString, key);
-    QFETCH(bool, answer);
-    QVERIFY(!CMiscUtility::ShowMessageDialog(nullptr, QStringLiteral("screenTest"), QStringLiteral("?"), QStringLiteral("Query")));
-
-    QString shownOn;
-    QTimer::singleShot(0, m_dialog, [&] {
-        shownOn = m_dialog->activeScreen();
-        QString error;
-        m_dialog->pressAction(key, error);
-    });
-    // Texts that read like properties of the screen are passed unchanged.
-    const QString message = QStringLiteral("Set TMR_FILE = 1 for %2 files? -slgfwprop4 x");
-    QCOMPARE(CMiscUtility::ShowMessageDialog(m_dialog, QStringLiteral("screenTest"), message, QStringLiteral("A query")),
-             answer);
-    QCOMPARE(shownOn, QStringLiteral("screenMessage"));
-    QCOMPARE(m_dialog->activeScreen(), QStringLiteral("screenTest"));
-    auto* form = qobject_cast<QueryForm*>(m_dialog->existingForm(QStringLiteral("formMessage")));
-    QVERIFY(form);
-    QCOMPARE(form->message, message);
-    QCOMPARE(form->caption, QStringLiteral("A query"));
-    QCOMPARE(form->backScreen, QStringLiteral("screenTest"));
-}
-
-void TestMiscUtilityHmi::setSoftKeyEnable()
-{
-    QWidget* run = m_dialog->screenRef(QStringLiteral("screenTest"))->menuSoftkey(QStringLiteral("myVr"), 1);
+    QWidget* run = dialog.screenRef("screenTest")->menuSoftkey("myVr", 1);
     QVERIFY(run && run->isEnabled());
-    CMiscUtility::SetSoftKeyEnable(m_dialog, QStringLiteral("screenTest"), 1, false, QStringLiteral("myVr"));
+    CMiscUtility::SetSoftKeyEnable(&dialog, "screenTest", 1, false, "myVr");
     QVERIFY(!run->isEnabled());
     // The menu counts: position 1 of myHu is not the run key.
-    CMiscUtility::SetSoftKeyEnable(m_dialog, QStringLiteral("screenTest"), 1, true, QStringLiteral("myHu"));
+    CMiscUtility::SetSoftKeyEnable(&dialog, "screenTest", 1, true, "myHu");
     QVERIFY(!run->isEnabled());
-    CMiscUtility::SetSoftKeyEnable(m_dialog, QStringLiteral("screenTest"), 1, true, QStringLiteral("myVr"));
+    CMiscUtility::SetSoftKeyEnable(&dialog, "screenTest", 1, true, "myVr");
     QVERIFY(run->isEnabled());
     // A screen other than the one shown is reached as well.
-    QWidget* ok = m_dialog->screenRef(QStringLiteral("screenMessage"))->menuSoftkey(QStringLiteral("myVr"), 8);
-    CMiscUtility::SetSoftKeyEnable(m_dialog, QStringLiteral("screenMessage"), 8, false, QStringLiteral("myVr"));
+    QWidget* ok = dialog.screenRef("screenMessage")->menuSoftkey("myVr", 8);
+    CMiscUtility::SetSoftKeyEnable(&dialog, "screenMessage", 8, false, "myVr");
     QVERIFY(!ok->isEnabled());
     // Missing pieces do nothing.
-    CMiscUtility::SetSoftKeyEnable(nullptr, QStringLiteral("screenTest"), 1, false, QStringLiteral("myVr"));
-    CMiscUtility::SetSoftKeyEnable(m_dialog, QStringLiteral("screenNone"), 1, false, QStringLiteral("myVr"));
-    CMiscUtility::SetSoftKeyEnable(m_dialog, QStringLiteral("screenTest"), 2, false, QStringLiteral("myVr"));
+    CMiscUtility::SetSoftKeyEnable(nullptr, "screenTest", 1, false, "myVr");
+    CMiscUtility::SetSoftKeyEnable(&dialog, "screenNone", 1, false, "myVr");
+    CMiscUtility::SetSoftKeyEnable(&dialog, "screenTest", 2, false, "myVr");
     QVERIFY(run->isEnabled());
 }
 
