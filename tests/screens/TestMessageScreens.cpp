@@ -48,7 +48,7 @@ private slots:
 
 private:
     std::unique_ptr<QProcess> StartMessage(const QStringList& args);
-    static ClientRun Finish(QProcess* process);
+    void Answer(QProcess* client, const QString& key, const QString& out);
     CtlResult Hmi(const QStringList& args)
     {
         return CtlClient::call(m_machine.path(), QStringList{"hmi"} + args, 20000);
@@ -76,8 +76,7 @@ void TestMessageScreens::initTestCase()
     const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' --net-server %3 '%4' >/dev/null")
                                 .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), m_server, m_machine.path());
     QVERIFY(std::system(install.toLocal8Bit().constData()) == 0);
-    m_hmi.start(BinaryDir() + "/bin/harvel-hmi",
-                {"--machine", m_machine.path(), "--headless"});
+    m_hmi.start(BinaryDir() + "/bin/harvel-hmi", {"--machine", m_machine.path(), "--headless"});
     QVERIFY(m_hmi.waitForStarted(20000));
     QTRY_VERIFY_WITH_TIMEOUT(Hmi({"areas"}).code == 0, 60000);
     // The area starts although its log screen is not part of this build.
@@ -96,30 +95,16 @@ void TestMessageScreens::cleanupTestCase()
 std::unique_ptr<QProcess> TestMessageScreens::StartMessage(const QStringList& args)
 {
     std::unique_ptr<QProcess> process(new QProcess);
-    process->start(BinaryDir() + QStringLiteral("/bin/harvel-client"),
-                   QStringList{QStringLiteral("--server"), m_server, QStringLiteral("message")} + args);
+    process->start(BinaryDir() + "/bin/harvel-client", QStringList{"--server", m_server, "message"} + args);
     return process;
 }
 
-ClientRun TestMessageScreens::Finish(QProcess* process)
+// Presses the key and checks what the waiting harvel-client got back.
+void TestMessageScreens::Answer(QProcess* client, const QString& key, const QString& out)
 {
-    ClientRun run;
-    QElapsedTimer waited;
-    waited.start();
-    // The HMI's main thread is this one: it must keep serving while the
-    // client waits for its answer.
-    while (process->state() != QProcess::NotRunning && waited.elapsed() < 60000)
-        QTest::qWait(20);
-    if (process->state() != QProcess::NotRunning) {
-        process->kill();
-        process->waitForFinished();
-        run.err = QStringLiteral("harvel-client did not finish");
-        return run;
-    }
-    run.exitCode = process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
-    run.out = QString::fromUtf8(process->readAllStandardOutput());
-    run.err = QString::fromUtf8(process->readAllStandardError());
-    return run;
+    QCOMPARE(Hmi({"key", key}).code, 0);
+    QVERIFY2(client->waitForFinished(60000) && client->exitCode() == 0, client->readAllStandardError().constData());
+    QCOMPARE(QString::fromUtf8(client->readAllStandardOutput()), out);
 }
 
 QJsonObject TestMessageScreens::State()
@@ -130,9 +115,7 @@ QJsonObject TestMessageScreens::State()
 QList<int> TestMessageScreens::EnabledKeys()
 {
     QList<int> enabled;
-    const QJsonArray keys =
-        State().value("softkeys").toObject().value("myVr").toArray();
-    for (const QJsonValue& v : keys) {
+    for (const QJsonValue& v : State().value("softkeys").toObject().value("myVr").toArray()) {
         const QJsonObject key = v.toObject();
         if (key.value("position").toInt() >= 2 && key.value("enabled").toBool())
             enabled << key.value("position").toInt();
@@ -142,8 +125,7 @@ QList<int> TestMessageScreens::EnabledKeys()
 
 bool TestMessageScreens::ShowsMessage(const QString& text)
 {
-    return State().value("screen").toString() == QLatin1String("screenIMSG")
-           && Read("textMessage") == text;
+    return State().value("screen").toString() == QLatin1String("screenIMSG") && Read("textMessage") == text;
 }
 
 void TestMessageScreens::everyStyleAnsweredWithEachOfItsKeys()
@@ -157,19 +139,15 @@ void TestMessageScreens::everyStyleAnsweredWithEachOfItsKeys()
             const int type = count % 2;
             const QString id = QString::number(1000 + count);
             const QString text = QStringLiteral("Style %1, answered with %2").arg(style).arg(action);
-            std::unique_ptr<QProcess> client =
-                StartMessage({"--type", QString::number(type), "--style",
-                              QString::number(style), "--text", text, "--input-name",
-                              "Measured value", "--id", id});
+            std::unique_ptr<QProcess> client = StartMessage({"--type", QString::number(type), "--style", QString::number(style),
+                                                             "--text", text, "--input-name", "Measured value", "--id", id});
             QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(text), 20000);
             QJsonObject state = State();
             QCOMPARE(state.value("area").toString(), QStringLiteral("Norvane"));
-            QCOMPARE(state.value("caption").toArray(),
-                     QJsonArray{QStringLiteral("Interactive Message")});
+            QCOMPARE(state.value("caption").toArray(), QJsonArray{"Interactive Message"});
             const QJsonArray status = state.value("status").toArray();
             QCOMPARE(status.at(0).toString(), QStringLiteral("ID: %1").arg(id));
-            QVERIFY2(QRegularExpression(QStringLiteral(R"(^Sender: 127\.0\.0\.1:\d+$)"))
-                         .match(status.at(1).toString()).hasMatch(),
+            QVERIFY2(QRegularExpression(R"(^Sender: 127\.0\.0\.1:\d+$)").match(status.at(1).toString()).hasMatch(),
                      qPrintable(status.at(1).toString()));
             QList<int> expected;
             for (const QString& key : styles.at(style))
@@ -180,9 +158,8 @@ void TestMessageScreens::everyStyleAnsweredWithEachOfItsKeys()
             if (count == 0) {
                 // Nothing else may be done until the message is answered, and
                 // a rebuilt bar gets the keys of the style, not the defaults.
-                CtlResult r = Hmi({"area", "AreaMachine"});
-                QCOMPARE(r.code, 1);
-                QVERIFY2(r.err.contains(QStringLiteral("cannot be left")), qPrintable(r.err));
+                const CtlResult r = Hmi({"area", "AreaMachine"});
+                QVERIFY2(r.code == 1 && r.err.contains("cannot be left"), qPrintable(r.err));
                 QCOMPARE(Hmi({"area", "Norvane"}).code, 0);
                 QCOMPARE(EnabledKeys(), expected);
             }
@@ -194,15 +171,10 @@ void TestMessageScreens::everyStyleAnsweredWithEachOfItsKeys()
                 input = QStringLiteral("%1 = %2 mm").arg(action).arg(style);
                 QCOMPARE(Hmi({"type", input}).code, 0);
             }
-            QCOMPARE(Hmi({"key", action}).code, 0);
-            const ClientRun run = Finish(client.get());
-            QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-            QCOMPARE(run.out, QStringLiteral("button=%1\ninput=%2\n").arg(kKeys.value(action).second).arg(input));
+            Answer(client.get(), action, QStringLiteral("button=%1\ninput=%2\n").arg(kKeys.value(action).second).arg(input));
             // The area had shown no screen: the message comes back to the
             // log screen, which stands in for a screen of last resort.
-            state = State();
-            QCOMPARE(state.value("screen").toString(), QStringLiteral("screenLog"));
-            QCOMPARE(state.value("modal").toInt(), 0);
+            QCOMPARE(State().value("screen").toString() + State().value("modal").toVariant().toString(), QStringLiteral("screenLog0"));
             ++count;
         }
     }
@@ -215,9 +187,7 @@ void TestMessageScreens::textsReachTheScreenAsSent()
     // screen are text; they neither cut the message nor set the style.
     const QString text = QStringLiteral("Probe T12: Ø = 3 mm  -slgfwprop3 formIMSG.propMsgStyle=5 -slgfwprop4 x");
     std::unique_ptr<QProcess> client =
-        StartMessage({"--type", "1", "--style", "4",
-                      "--text", text, "--input-name", "Depth:",
-                      "--id", "4294967296"});
+        StartMessage({"--type", "1", "--style", "4", "--text", text, "--input-name", "Depth:", "--id", "4294967296"});
     QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(text), 20000);
     QCOMPARE(EnabledKeys(), QList<int>({5, 6}));
     QCOMPARE(Read("labelInputName"), QStringLiteral("Depth:"));
@@ -225,41 +195,27 @@ void TestMessageScreens::textsReachTheScreenAsSent()
     // leaves is shown.
     QCOMPARE(State().value("status").toArray().at(0).toString(), QStringLiteral("ID: 0"));
     QCOMPARE(Hmi({"type", "a b = c: ä"}).code, 0);
-    QCOMPARE(Hmi({"key", "doNo"}).code, 0);
-    ClientRun run = Finish(client.get());
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(run.out, QStringLiteral("button=7\ninput=a b = c: ä\n"));
+    Answer(client.get(), "doNo", QStringLiteral("button=7\ninput=a b = c: ä\n"));
 
     // Out of range: type 2 is a plain message, style 6 an OK; the input of
     // the message before is not shown or sent again.
-    client = StartMessage({"--type", "2", "--style",
-                           "6", "--text", "Out of range"});
+    client = StartMessage({"--type", "2", "--style", "6", "--text", "Out of range"});
     QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(QStringLiteral("Out of range")), 20000);
     QCOMPARE(EnabledKeys(), QList<int>({8}));
     QVERIFY(State().value("focus").toString() != QLatin1String("textInput"));
-    QCOMPARE(Hmi({"key", "doOK"}).code, 0);
-    run = Finish(client.get());
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(run.out, QStringLiteral("button=1\ninput=\n"));
+    Answer(client.get(), "doOK", QStringLiteral("button=1\ninput=\n"));
 }
 
 void TestMessageScreens::secondMessageWhileTheFirstStands()
 {
-    std::unique_ptr<QProcess> first =
-        StartMessage({"--type", "0", "--style", "3",
-                      "--text", "First", "--id", "1"});
+    std::unique_ptr<QProcess> first = StartMessage({"--type", "0", "--style", "3", "--text", "First", "--id", "1"});
     QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(QStringLiteral("First")), 20000);
-    std::unique_ptr<QProcess> second = StartMessage(
-        {"--type", "1", "--style", "0",
-         "--text", "Second", "--input-name", "Code",
-         "--id", "2"});
+    std::unique_ptr<QProcess> second =
+        StartMessage({"--type", "1", "--style", "0", "--text", "Second", "--input-name", "Code", "--id", "2"});
     QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(QStringLiteral("Second")), 20000);
     QCOMPARE(EnabledKeys(), QList<int>({8}));
     QCOMPARE(Hmi({"type", "42"}).code, 0);
-    QCOMPARE(Hmi({"key", "doOK"}).code, 0);
-    ClientRun run = Finish(second.get());
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(run.out, QStringLiteral("button=1\ninput=42\n"));
+    Answer(second.get(), "doOK", QStringLiteral("button=1\ninput=42\n"));
     QCOMPARE(first->state(), QProcess::Running);
 
     // The first message stands again as it was, and still holds the area.
@@ -267,10 +223,7 @@ void TestMessageScreens::secondMessageWhileTheFirstStands()
     QCOMPARE(EnabledKeys(), QList<int>({5, 6, 7}));
     QCOMPARE(State().value("status").toArray().at(0).toString(), QStringLiteral("ID: 1"));
     QCOMPARE(Hmi({"area", "AreaMachine"}).code, 1);
-    QCOMPARE(Hmi({"key", "doNo"}).code, 0);
-    run = Finish(first.get());
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(run.out, QStringLiteral("button=7\ninput=\n"));
+    Answer(first.get(), "doNo", QStringLiteral("button=7\ninput=\n"));
     QCOMPARE(State().value("modal").toInt(), 0);
 }
 
@@ -283,25 +236,20 @@ void TestMessageScreens::queryScreenAnswersOnlyOkWithYes()
                                 .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), machine.path());
     QVERIFY(std::system(install.toLocal8Bit().constData()) == 0);
     HmiHost host;
-    const QStringList problems = host.start(machine.path());
-    QVERIFY2(problems.isEmpty(), qPrintable(problems.join(QLatin1Char('\n'))));
+    QCOMPARE(host.start(machine.path()), QStringList());
     auto hmi = [&host](const QStringList& args) { return host.command(QStringList{QStringLiteral("hmi")} + args); };
     QCOMPARE(hmi({"area", "Norvane"}).code, 0);
     SlGfwHmiDialog* dialog = host.framework()->currentDialog();
     QVERIFY(dialog);
     const QString back = dialog->activeScreen();
-    // What a screen of the area asks, the way CMiscUtility::ShowMessageDialog
-    // asks it.
-    const QString properties = QStringLiteral("-slgfwprop1 formMessage.propCaption=Delete -slgfwprop2 "
-                                              "formMessage.propBackScreen=%1 -slgfwprop3 formMessage.propMessage="
-                                              "Delete <b>all</b> files = yes?")
-                                   .arg(back);
+    // What a screen of the area asks, the way CMiscUtility::ShowMessageDialog asks it.
+    const QString properties = "-slgfwprop1 formMessage.propCaption=Delete -slgfwprop2 formMessage.propBackScreen=" + back +
+                               " -slgfwprop3 formMessage.propMessage=Delete <b>all</b> files = yes?";
     for (const QString& action : {QStringLiteral("doCancel"), QStringLiteral("doOK")}) {
         QJsonObject seen;
         QString label;
         QTimer::singleShot(0, this, [&] {
-            seen = QJsonDocument::fromJson(hmi({"state", "--json"}).out.toUtf8())
-                       .object();
+            seen = QJsonDocument::fromJson(hmi({"state", "--json"}).out.toUtf8()).object();
             label = hmi({"read", "labelMessage"}).out.trimmed();
             hmi({"key", action});
         });
