@@ -1,5 +1,7 @@
+#include "GudDefinitionFile.h"
 #include "MachineConfig.h"
 #include "MachineFixture.h"
+#include "NcAddress.h"
 #include "SlPiSvc.h"
 #include "SlPmActivateDefFiles.h"
 #include "SlQCap.h"
@@ -8,6 +10,8 @@
 #include <QSignalSpy>
 
 namespace {
+using Var = GudDefinitionFile::Variable;
+using Err = GudDefinitionFile::Error;
 const QString gd3 = QStringLiteral("/NC/_N_NC_GD3_ACX/");
 
 QVariant get(SlQCap& cap, const QString& address)
@@ -16,6 +20,8 @@ QVariant get(SlQCap& cap, const QString& address)
     const SlCapErrorEnum e = cap.read(address, v);
     return e == SL_CAP_OK ? v : QVariant(QStringLiteral("error %1").arg(unsigned(e), 0, 16));
 }
+
+QVariant err(SlCapErrorEnum e) { return QStringLiteral("error %1").arg(unsigned(e), 0, 16); }
 
 long pi(const char* unit, const char* name)
 {
@@ -28,77 +34,144 @@ long pi(const char* unit, const char* name)
 }
 } // namespace
 
+// The NC's notations read from outside (addresses, definition files) and
+// its variables through the platform's variable service.
 class TestNcVariables : public QObject
 {
     Q_OBJECT
 private slots:
-    void readsAtBothEnds_data();
+    void addresses_data();
+    void addresses();
+    void definitionFiles();
     void readsAtBothEnds();
     void writesConvertedOrRefused();
     void definitionsActivated();
     void retainedDataAndMachineFolders();
 };
 
-void TestNcVariables::readsAtBothEnds_data()
+void TestNcVariables::addresses_data()
 {
-    // A value of the type the NC delivers, or the error of a refused read.
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<QVariant>("value");
-    const auto ok = [](const QString& a, const QVariant& v) { QTest::newRow(qPrintable(a)) << a << v; };
-    const auto err = [](const QString& a, SlCapErrorEnum e) { QTest::newRow(qPrintable(a)) << a << QVariant(QStringLiteral("error %1").arg(unsigned(e), 0, 16)); };
-    ok(gd3 + "TMR_FILE", 0);
-    ok(gd3 + "TMR_PRGISMETRIC", false);
-    ok(gd3 + "TMR_VAR[1000]", 0.0);
-    ok(gd3 + "TMR_DIALOG_VSTR[3]", QString());
-    ok("/Tool/Catalogue/toolIdent[u1,2]", "DRILL_8");
-    ok("/Tool/Compensation/edgeData[u1,c12,3]", 120.0);
-    ok("/Channel/Configuration/numMachAxes[u1,1]", 6);
-    ok("/Channel/Configuration/numAuxAxes[u1]", 3);
-    ok("/Nck/Configuration/numGlobMachAxes", 6);
-    ok("/Channel/ProgramInfo/selectedWorkPProg[u1,1]", QString());
-    ok("/Channel/Parameter/r[u1,0]", 0.0);
-    ok("/Channel/UserFrame/rotation[u1,600]", 0.0);
-    ok("/Tool/Catalogue/toolIdent[u1,4]", "FACE_MILL_D63");
-    ok(gd3 + "TMR_VAR[999,2]", QVariantList{0.0, 0.0});
-    ok("/Channel/Parameter/r[u1,298,#2]", QVariantList{0.0, 0.0});
-    ok("/NC/_N_CH_TEA_ACX/$MC_TRAFO5_JOINT_OFFSET_1[U1,1,#3]", QVariantList{12.5, -3.25, 100.0});
-    err(gd3 + "TMR_VAR[0]", SL_CAP_ERR_RANGE);
-    err(gd3 + "TMR_VAR[1001]", SL_CAP_ERR_RANGE);
-    err(gd3 + "TMR_VAR[1000,2]", SL_CAP_ERR_RANGE);
-    err(gd3 + "TMR_VAR[1,0]", SL_CAP_ERR_RANGE);
-    err(gd3 + "TMR_FILE[1]", SL_CAP_ERR_RANGE);
-    err(gd3 + "TMR_CONTROL", SL_CAP_ERR_UNKNOWN_ITEM);
-    err("/Channel/Parameter/r[u1,300]", SL_CAP_ERR_RANGE);
-    err("/Channel/Parameter/r[u1,290,#11]", SL_CAP_ERR_RANGE);
-    err("/Channel/Parameter/r[u2,1]", SL_CAP_ERR_RANGE);
-    err("/Channel/GeometricAxis/name[u1,1,2,#7]", SL_CAP_ERR_RANGE);
-    err("/Channel/GeometricAxis/name[u1,1,3,#6]", SL_CAP_ERR_RANGE);
-    err("/Channel/UserFrame/rotation[u1,601]", SL_CAP_ERR_RANGE);
-    err("/Channel/UserFrame/rotation[u1,0]", SL_CAP_ERR_RANGE);
-    err("/Tool/Catalogue/toolIdent[u1,5]", SL_CAP_ERR_RANGE);
-    err("/Tool/Compensation/edgeData[u1,c13,12]", SL_CAP_ERR_RANGE);
-    err("/Tool/Compensation/edgeData[u1,c12,26]", SL_CAP_ERR_RANGE);
-    err("/Channel/State/acProg[u1,2]", SL_CAP_ERR_RANGE);
-    err("/Channel/State/noSuchThing[u1,1]", SL_CAP_ERR_UNKNOWN_ITEM);
-    err("/Channel/State/acProg[u1", SL_CAP_ERR_SYNTAX);
+    // parsed: "area key unit column [numbers] count", empty for refused.
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("parsed");
+    const auto row = [](const char* text, const char* parsed) { QTest::newRow(text) << text << parsed; };
+    row("/NC/_N_NC_GD3_ACX/TMR_FILE", "1 /nc/_n_nc_gd3_acx/tmr_file -1 -1 [] -1");
+    row("/NC/_N_NC_GD3_ACX/TMR_VAR[10,3]", "1 /nc/_n_nc_gd3_acx/tmr_var -1 -1 [10,3] -1");
+    row("/NC/_N_NC_GD3_ACX/TMR_CMDS[c1,u1,4,2]", "1 /nc/_n_nc_gd3_acx/tmr_cmds 1 1 [4,2] -1");
+    row("/Channel/Parameter/r[u1,9,#3]", "2 /channel/parameter/r 1 -1 [9] 3");
+    row("/Tool/Compensation/edgeData[u1,c12,15]", "5 /tool/compensation/edgedata 1 12 [15] -1");
+    row("/Channel/GeometricAxis/actProgPos[u1,1,2,#6]", "2 /channel/geometricaxis/actprogpos 1 -1 [1,2] 6");
+    row("/Nck/Configuration/nckType[1]", "3 /nck/configuration/ncktype -1 -1 [1] -1");
+    row("/NC/_N_CH_TEA_ACX/$MC_TRAFO5_BASE_TOOL_1[U1,1,#3]", "1 /nc/_n_ch_tea_acx/$mc_trafo5_base_tool_1 1 -1 [1] 3");
+    row("/Bag/State/opMode[u1,1]", "4 /bag/state/opmode 1 -1 [1] -1");
+    row("/Channel/Parameter/r[ u1 , 2 ]", "2 /channel/parameter/r 1 -1 [2] -1");
+    for (const char* bad : {"", "NC/_N_NC_GD3_ACX/X", "//NC/WKS.DIR/A.MPF", "/Channel/r[u1,1]", "/Channel/Parameter/r/x",
+                            "/Plc/State/x", "/NC/GD3/TMR_VAR[1]", "/NC/_N_NC_GD3_ACX/TMR_VAR[1",
+                            "/NC/_N_NC_GD3_ACX/TMR_VAR[1]x", "/NC/_N_NC_GD3_ACX/TMR_VAR[1][2]",
+                            "/NC/_N_NC_GD3_ACX/TMR_VAR[1,]", "/NC/_N_NC_GD3_ACX/TMR_VAR[-1]", "/Channel/Parameter/r[u1,#3,1]",
+                            "/Channel/Parameter/r[u1,u1,1]", "/Channel/Parameter/r[1,u1]", "/Channel/Parameter/r[u1,x]",
+                            "/Channel/Parameter/1r[u1,1]", "/Channel/Parameter/r[u1,99999999999]"})
+        row(bad, "");
+}
+
+void TestNcVariables::addresses()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, parsed);
+    NcAddress a;
+    QString why;
+    const bool ok = NcAddress::parse(text, a, why);
+    QVERIFY2(ok == !parsed.isEmpty() && ok == why.isEmpty(), qPrintable(why));
+    if (!ok)
+        return;
+    QStringList numbers;
+    for (int n : a.numbers)
+        numbers << QString::number(n);
+    QCOMPARE(QStringLiteral("%1 %2 %3 %4 [%5] %6").arg(a.area).arg(a.key()).arg(a.unit).arg(a.column)
+                 .arg(numbers.join(',')).arg(a.count), parsed);
+}
+
+void TestNcVariables::definitionFiles()
+{
+    QList<Var> vars;
+    QList<Err> errors;
+    // Definitions in front of the header (the HMI's merge), comments, line
+    // numbers, lower case, strings with ';', lists; nothing after M30.
+    GudDefinitionFile::parse("DEF NCK INT TMR_VINT[5]\n%_N_UGUD_DEF\n;$PATH=/_N_DEF_DIR\n"
+                             "DEF NCK INT TMR_FILE   ; the hand-over flag\r\nN10 DEF NCK REAL TMR_VAR[1000]\n"
+                             "def nck bool flag=TRUE\nDEF NCK STRING[256] TMR_DIALOG_VSTR[3]\n"
+                             "DEF NCK STRING[8] S=\"a;b\"\nDEF CHAN INT A, B[2]=(4,5)\nDEF NCK INT I2=2.6\n\n"
+                             "M30\nthis line comes after the end and does not count\n", vars, errors);
+    QVERIFY2(errors.isEmpty(), qPrintable(errors.value(0).text));
+    QStringList got;
+    for (const Var& v : vars) {
+        QStringList init;
+        for (const QVariant& i : v.init)
+            init << i.toString();
+        got << QStringLiteral("%1 %2 %3 %4 %5 %6").arg(v.name).arg(v.type).arg(v.size).arg(v.stringLength)
+                   .arg(int(v.scope)).arg(init.join(','));
+    }
+    QCOMPARE(got.size(), 9);
+    QCOMPARE(got.mid(1), (QStringList{"TMR_FILE 2 0 0 0 ", "TMR_VAR 6 1000 0 0 ", "FLAG 1 0 0 0 true",
+                                      "TMR_DIALOG_VSTR 10 3 256 0 ", "S 10 0 8 0 a;b", "A 2 0 0 1 ", "B 2 2 0 1 4,5",
+                                      "I2 2 0 0 0 3"}));
+
+    // Each bad line is named; the good ones stay.
+    vars.clear();
+    GudDefinitionFile::parse("%_N_UGUD_DEF\nDEF NCK INTEGER X\nDEF NCK INT\nDEF NCK REAL R[0]\nDEF NCK REAL M[2,2]\n"
+                             "DEF NCK INT OK1\nDEF NCK INT OK1\nG01 X10\nDEF NCK STRING[401] S\n"
+                             "DEF NCK INT THIS_NAME_IS_LONGER_THAN_31_CHARS\nDEF NCK STRING[2] S2=\"abc\"\n"
+                             "DEF NCK INT I=1.5e20\nDEF NCK INT A[2]=(1,2,3)\nM30\n", vars, errors);
+    QList<int> lines;
+    for (const Err& e : errors)
+        lines << e.line;
+    QCOMPARE(lines, (QList<int>{2, 3, 4, 5, 7, 8, 9, 10, 11, 12, 13}));
+    QCOMPARE(vars.size(), 1);
+    QVERIFY(errors[4].text.contains(QLatin1String("OK1")));
+
+    QList<QPair<QString, int>> blocks{{"/x/nc/DEF.DIR/UGUD.DEF", 3}, {"sgud.def", 1}, {"MGUD.DEF", 2},
+                                      {"GUD9.DEF", 9}, {"GUD3.DEF", -1}, {"UGUD.MPF", -1}};
+    for (const auto& b : blocks)
+        QCOMPARE(GudDefinitionFile::blockOfFile(b.first), b.second);
 }
 
 void TestNcVariables::readsAtBothEnds()
 {
-    QFETCH(QString, address);
-    QFETCH(QVariant, value);
+    // A value of the type the NC delivers, or the error of a refused read,
+    // which leaves the caller's variable alone.
+    const QVariant range = err(SL_CAP_ERR_RANGE);
+    const QList<QPair<QString, QVariant>> reads{
+        {gd3 + "TMR_FILE", 0}, {gd3 + "TMR_PRGISMETRIC", false}, {gd3 + "TMR_VAR[1000]", 0.0},
+        {gd3 + "TMR_DIALOG_VSTR[3]", QVariant(QString())}, {"/Tool/Catalogue/toolIdent[u1,2]", "DRILL_8"},
+        {"/Tool/Compensation/edgeData[u1,c12,3]", 120.0}, {"/Channel/Configuration/numMachAxes[u1,1]", 6},
+        {"/Channel/Configuration/numAuxAxes[u1]", 3}, {"/Nck/Configuration/numGlobMachAxes", 6},
+        {"/Channel/ProgramInfo/selectedWorkPProg[u1,1]", QVariant(QString())}, {"/Channel/Parameter/r[u1,0]", 0.0},
+        {"/Channel/UserFrame/rotation[u1,600]", 0.0}, {"/Tool/Catalogue/toolIdent[u1,4]", "FACE_MILL_D63"},
+        {gd3 + "TMR_VAR[999,2]", QVariantList{0.0, 0.0}}, {"/Channel/Parameter/r[u1,298,#2]", QVariantList{0.0, 0.0}},
+        {"/NC/_N_CH_TEA_ACX/$MC_TRAFO5_JOINT_OFFSET_1[U1,1,#3]", QVariantList{12.5, -3.25, 100.0}},
+        {gd3 + "TMR_VAR[0]", range}, {gd3 + "TMR_VAR[1001]", range}, {gd3 + "TMR_VAR[1000,2]", range},
+        {gd3 + "TMR_VAR[1,0]", range}, {gd3 + "TMR_FILE[1]", range},
+        {gd3 + "TMR_CONTROL", err(SL_CAP_ERR_UNKNOWN_ITEM)}, {"/Channel/Parameter/r[u1,300]", range},
+        {"/Channel/Parameter/r[u1,290,#11]", range}, {"/Channel/Parameter/r[u2,1]", range},
+        {"/Channel/GeometricAxis/name[u1,1,2,#7]", range}, {"/Channel/GeometricAxis/name[u1,1,3,#6]", range},
+        {"/Channel/UserFrame/rotation[u1,601]", range}, {"/Channel/UserFrame/rotation[u1,0]", range},
+        {"/Tool/Catalogue/toolIdent[u1,5]", range}, {"/Tool/Compensation/edgeData[u1,c13,12]", range},
+        {"/Tool/Compensation/edgeData[u1,c12,26]", range}, {"/Channel/State/acProg[u1,2]", range},
+        {"/Channel/State/noSuchThing[u1,1]", err(SL_CAP_ERR_UNKNOWN_ITEM)},
+        {"/Channel/State/acProg[u1", err(SL_CAP_ERR_SYNTAX)}};
     {
         SlQCap none("test");
-        QCOMPARE(get(none, address), QVariant(QStringLiteral("error %1").arg(unsigned(SL_CAP_ERR_NO_CONNECTION), 0, 16)));
+        QCOMPARE(get(none, reads.first().first), err(SL_CAP_ERR_NO_CONNECTION));
     }
     MachineFixture m;
     SlQCap cap("test");
-    QVariant v = QStringLiteral("untouched");
-    if (cap.read(address, v) != SL_CAP_OK)
-        QCOMPARE(v, QVariant(QStringLiteral("untouched")));
-    const QVariant got = get(cap, address);
-    QCOMPARE(got, value);
-    QCOMPARE(got.type(), value.type());
+    for (const auto& r : reads) {
+        QVariant v = QStringLiteral("untouched");
+        if (cap.read(r.first, v) != SL_CAP_OK)
+            QCOMPARE(v, QVariant(QStringLiteral("untouched")));
+        const QVariant got = get(cap, r.first);
+        QVERIFY2(got == r.second && got.type() == r.second.type(), qPrintable(r.first + ": " + got.toString()));
+    }
 }
 
 void TestNcVariables::writesConvertedOrRefused()
