@@ -28,10 +28,11 @@ class TestSiemensDialogMonitor : public QObject
 private slots:
     void initTestCase();
     void cleanupTestCase();
-    void dialogAnsweredThroughTheStateWord_data();
     void dialogAnsweredThroughTheStateWord();
 
 private:
+    void answer(const QStringList& fault, const QString& typed, const QString& key, const QString& style,
+                const QString& logged, const QString& answer);
     CtlResult ctl(const QStringList& args) { return CtlClient::call(m_machine.path(), args, 20000); }
     QString get(const QString& path) { return ctl({"nc", "get", path}).out.trimmed(); }
     bool set(const QString& path, const QString& value) { return ctl({"nc", "set", path, value}).code == 0; }
@@ -61,38 +62,30 @@ void TestSiemensDialogMonitor::cleanupTestCase()
     QVERIFY(m_hmi.waitForFinished(60000));
 }
 
-void TestSiemensDialogMonitor::dialogAnsweredThroughTheStateWord_data()
-{
-    // A fault on the NC (op pattern), what the operator types and presses,
-    // and what stands afterwards in TMR_DIALOG_VSTR[3] and VINT[4].
-    QTest::addColumn<QStringList>("fault");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QString>("style");
-    QTest::addColumn<QString>("logged");
-    QTest::addColumn<QString>("answer");
-    QTest::newRow("answered") << QStringList() << "0.25 mm" << "doYes" << "3"
-                              << "Process dialog succeeded. ClickedButton=6, InputName=Offset, InputValue=0.25 mm\n"
-                              << "0.25 mm|6|2";
-    // The texts cannot be read: no dialog, the reason in the log.
-    QTest::newRow("texts unreadable") << QStringList{"read", vstr(1).chopped(3) + "*"} << "" << "" << "0"
-                                      << "Get dialog data failed. ErrCode=-78\n" << "none|99|1";
-    // The answer's text cannot be written: neither the key nor the state word follows it.
-    QTest::newRow("text unwritable") << QStringList{"write", vstr(3)} << "lost" << "doOK" << "1"
-                                     << "Set dialog data failed. ErrCode=-77\n" << "none|99|1";
-    // The key cannot be written: the text stands, the state word does not turn.
-    QTest::newRow("key unwritable") << QStringList{"write", vint(4)} << "kept" << "doRetry" << "5"
-                                    << "Set dialog data failed. ErrCode=-77\n" << "kept|99|1";
-}
-
 void TestSiemensDialogMonitor::dialogAnsweredThroughTheStateWord()
 {
-    QFETCH(QStringList, fault);
-    QFETCH(QString, typed);
-    QFETCH(QString, key);
-    QFETCH(QString, style);
-    QFETCH(QString, logged);
-    QFETCH(QString, answer);
+    // A fault on the NC (op pattern), what the operator types and presses
+    // with which style, the line logged, and what stands afterwards in
+    // TMR_DIALOG_VSTR[3], VINT[4] and the state word VINT[1].
+    const struct { QStringList fault; QString typed, key, style, logged, answer; } rows[] = {
+        {{}, "0.25 mm", "doYes", "3", "Process dialog succeeded. ClickedButton=6, InputName=Offset, InputValue=0.25 mm\n",
+         "0.25 mm|6|2"},
+        // The texts cannot be read: no dialog, the reason in the log.
+        {{"read", vstr(1).chopped(3) + "*"}, "", "", "0", "Get dialog data failed. ErrCode=-78\n", "none|99|1"},
+        // The answer's text cannot be written: neither the key nor the state word follows it.
+        {{"write", vstr(3)}, "lost", "doOK", "1", "Set dialog data failed. ErrCode=-77\n", "none|99|1"},
+        // The key cannot be written: the text stands, the state word does not turn.
+        {{"write", vint(4)}, "kept", "doRetry", "5", "Set dialog data failed. ErrCode=-77\n", "kept|99|1"}};
+    for (const auto& row : rows) {
+        answer(row.fault, row.typed, row.key, row.style, row.logged, row.answer);
+        if (QTest::currentTestFailed())
+            return;
+    }
+}
+
+void TestSiemensDialogMonitor::answer(const QStringList& fault, const QString& typed, const QString& key,
+                                      const QString& style, const QString& logged, const QString& answer)
+{
     QVERIFY(ctl({"nc", "fault", "clear"}).code == 0 && set(vint(4), "99") && set(vstr(3), "none") && set(vint(1), "0"));
     if (!fault.isEmpty())
         QCOMPARE(ctl(QStringList{"nc", "fault"} + fault + QStringList{"--code", "5"}).code, 0);
@@ -101,7 +94,7 @@ void TestSiemensDialogMonitor::dialogAnsweredThroughTheStateWord()
     // within one period is no new request, on the NC as here. The program
     // dwells, as an NC program between two dialogs does.
     QTest::qWait(300);
-    const QString text = "Insert probe T12: then press Yes  -slgfwprop3 formIMSG.propMsgStyle=0 " + QString(QTest::currentDataTag());
+    const QString text = "Insert probe T12: then press Yes  -slgfwprop3 formIMSG.propMsgStyle=0 " + key + style;
     const int logCount = log().count(logged);
     QVERIFY(set(vstr(1), text) && set(vstr(2), "Offset") && set(vint(2), "1") && set(vint(3), style) && set(vint(1), "1"));
     if (!key.isEmpty()) {

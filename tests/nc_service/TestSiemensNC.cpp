@@ -35,7 +35,6 @@ private slots:
     void init();
     void cleanup() { m_nc.reset(); }
 
-    void rVariableChecks_data();
     void rVariableChecks();
     void rVariablesSkipPositionAndPrograms();
     void machineConfiguration_data();
@@ -66,50 +65,31 @@ void TestSiemensNC::init()
     nc({"fault", "clear"});
 }
 
-void TestSiemensNC::rVariableChecks_data()
-{
-    QTest::addColumn<bool>("write");
-    QTest::addColumn<int>("index");
-    QTest::addColumn<int>("count");
-    QTest::addColumn<int>("valueCount");
-    QTest::addColumn<QString>("faultOp");
-    QTest::addColumn<QString>("faultAddress");
-    QTest::addColumn<QString>("errInfo");
-    const QString count = "/Channel/Configuration/numRParams", r = "/Channel/Parameter/r", read = "read", none;
-    // The NC's count unreadable in the first rows proves that the checks of
-    // the arguments come before any question to the NC.
-    QTest::newRow("read, index -1") << false << -1 << 1 << 0 << read << count << "Invalid index";
-    QTest::newRow("read, count 0") << false << 0 << 0 << 0 << read << count << "Invalid count";
-    QTest::newRow("write, index -1") << true << -1 << 1 << 1 << read << count << "Invalid index";
-    QTest::newRow("write, count 0") << true << 0 << 0 << 0 << read << count << "Invalid count";
-    QTest::newRow("write, 3 for 2 values") << true << 0 << 3 << 2 << read << count << "Invalid values";
-    QTest::newRow("read, count unreadable") << false << 0 << 1 << 0 << read << count << "Cannot get the count of R variable";
-    QTest::newRow("write, count unreadable") << true << 0 << 1 << 1 << read << count << "Cannot get the count of R variable";
-    QTest::newRow("read, last one") << false << 299 << 1 << 0 << none << none << kUntouched;
-    QTest::newRow("read, one past") << false << 299 << 2 << 0 << none << none << "Address out of range [0, 299]";
-    QTest::newRow("write, one past") << true << 299 << 2 << 2 << none << none << "Address out of range [0, 299]";
-    QTest::newRow("read refused") << false << 5 << 2 << 0 << read << r << "Cannot read R variable";
-    QTest::newRow("write refused") << true << 5 << 2 << 2 << "write" << r << "Cannot write R variable";
-}
-
 void TestSiemensNC::rVariableChecks()
 {
-    QFETCH(bool, write);
-    QFETCH(int, index);
-    QFETCH(int, count);
-    QFETCH(int, valueCount);
-    QFETCH(QString, faultOp);
-    QFETCH(QString, faultAddress);
-    QFETCH(QString, errInfo);
-    CSiemensNC service(applDir(), nullptr);
-    if (!faultOp.isEmpty())
-        fault(faultOp, faultAddress);
-    QString text = kUntouched;
-    QList<double> values;
-    const bool ok = write ? service.ProcessWriteRVar(index, count, QVector<double>(valueCount, 7.0).toList(), text)
-                          : service.ProcessReadRVar(index, count, values, text);
-    QCOMPARE(text, errInfo);
-    QCOMPARE(ok, errInfo == kUntouched);
+    const QString count = "/Channel/Configuration/numRParams", r = "/Channel/Parameter/r";
+    // The NC's count unreadable in the first rows proves that the checks of
+    // the arguments come before any question to the NC.
+    const struct { bool write; int index, count, values; QString faultOp, faultAddress, errInfo; } rows[] = {
+        {false, -1, 1, 0, "read", count, "Invalid index"}, {false, 0, 0, 0, "read", count, "Invalid count"},
+        {true, -1, 1, 1, "read", count, "Invalid index"}, {true, 0, 0, 0, "read", count, "Invalid count"},
+        {true, 0, 3, 2, "read", count, "Invalid values"},
+        {false, 0, 1, 0, "read", count, "Cannot get the count of R variable"},
+        {true, 0, 1, 1, "read", count, "Cannot get the count of R variable"},
+        {false, 299, 1, 0, "", "", kUntouched}, {false, 299, 2, 0, "", "", "Address out of range [0, 299]"},
+        {true, 299, 2, 2, "", "", "Address out of range [0, 299]"},
+        {false, 5, 2, 0, "read", r, "Cannot read R variable"}, {true, 5, 2, 2, "write", r, "Cannot write R variable"}};
+    for (const auto& row : rows) {
+        nc({"fault", "clear"});
+        CSiemensNC service(applDir(), nullptr);
+        if (!row.faultOp.isEmpty())
+            fault(row.faultOp, row.faultAddress);
+        QString text = kUntouched;
+        QList<double> values;
+        const bool ok = row.write ? service.ProcessWriteRVar(row.index, row.count, QVector<double>(row.values, 7.0).toList(), text)
+                                  : service.ProcessReadRVar(row.index, row.count, values, text);
+        QVERIFY2(text == row.errInfo && ok == (row.errInfo == kUntouched), qPrintable(QString::number(row.index) + ": " + text));
+    }
 }
 
 void TestSiemensNC::rVariablesSkipPositionAndPrograms()
