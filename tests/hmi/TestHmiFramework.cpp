@@ -1,22 +1,39 @@
 // The HMI framework stand-in with the test plug-in loaded as harvel-hmi
 // loads plug-ins: creation by class name, property strings, modal screens,
-// soft keys, form references and area switching.
+// soft keys, form references and area switching; the whole machine hosted
+// in this process; and the platform widgets the forms build on.
 #include "HmiFramework.h"
+#include "HmiHost.h"
 #include "HmiPluginLibrary.h"
+#include "HmiSystemConfig.h"
+#include "HmiWindow.h"
 #include "SlGfwAreaConfig.h"
+#include "SlGfwBaseForm.h"
 #include "SlGfwDialogForm.h"
 #include "SlGfwHmiDialog.h"
+#include "SlGfwLineEdit.h"
 #include "SlGfwPluginByMakroBaseV2.h"
 #include "SlGfwPropertyString.h"
 #include "SlGfwScreen.h"
 #include "SlGfwSoftkey.h"
+#include "SlGrCheckGridItem.h"
+#include "SlGrComboGridItem.h"
+#include "SlGrGrid.h"
 #include "TestAreaDialog.h"
 #include "TestMainForm.h"
 #include "TestModalForm.h"
+#include "XpdfWidget.h"
 
 #include <QDir>
 #include <QFile>
+#include <QIcon>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPainter>
+#include <QPdfWriter>
 #include <QRegularExpression>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
@@ -63,6 +80,11 @@ private slots:
     void softkeysEnableDisableAndRebuild();
     void areaSwitching();
     void configurations();
+    void startsWhatItCanAndReportsTheRest();
+    void gridCellsPalettesAndSignals();
+    void lineEditAndFormBars();
+    void pdfZoom();
+    void imagesAreFoundOnTheCardFirst();
 
 private:
     TestMainForm* mainForm() { return qobject_cast<TestMainForm*>(m_dialog->existingForm("formMain")); }
@@ -400,6 +422,225 @@ void TestHmiFramework::configurations()
                 action = k.action;
         QCOMPARE(action, key[3]);
     }
+}
+
+void TestHmiFramework::startsWhatItCanAndReportsTheRest()
+{
+    QTemporaryDir machine;
+    const QString cfgDir = HmiSystemConfig::hmiFolder(machine.path()) + "/cfg";
+    QVERIFY(QDir().mkpath(cfgDir));
+    QFile sys(cfgDir + "/systemconfiguration.ini");
+    QVERIFY(sys.open(QIODevice::WriteOnly));
+    sys.write("[areas]\n"
+              "AREA1 = name:=TestArea, dialog:=TestAreaDialog, library:=" HMI_TEST_PLUGIN ", cfg:=" HMI_TEST_AREA_CFG "\n"
+              "AREA2 = name:=Gone, dialog:=GoneDialog, library:=Gone/libgone.so, cfg:=Gone/gone.ini\n");
+    sys.close();
+
+    HmiHost host;
+    const QStringList problems = host.start(machine.path());
+    QCOMPARE(problems.size(), 1);
+    QVERIFY2(problems.first().contains("gone.ini"), qPrintable(problems.first()));
+    QVERIFY(host.nc());
+    QCOMPARE(host.framework()->areaCount(), 3);
+    QCOMPARE(host.framework()->currentAreaName(), QStringLiteral("AreaMachine"));
+    QVERIFY(QFile::exists(CtlServer::socketPath(machine.path())));
+    QVERIFY(QTest::qWaitForWindowActive(host.window()));
+
+    // Both handlers answer in-process, the NC's and the panel's.
+    const CtlResult nc = host.command({"nc", "program", "select", "//NC/MPF.DIR/MAIN.MPF"});
+    QVERIFY2(nc.code == 0, qPrintable(nc.err));
+    auto state = [&host] { return QJsonDocument::fromJson(host.command({"hmi", "state", "--json"}).out.toUtf8()).object(); };
+    auto enabled = [&state](const QString& menu, int position) {
+        for (const QJsonValue& k : state().value("softkeys").toObject().value(menu).toArray())
+            if (k.toObject().value("position").toInt() == position)
+                return k.toObject().value("enabled").toBool();
+        return false;
+    };
+    // F10 brings the next area, Shift+F3 presses myVr 3 ("Disable 4").
+    QTest::keyClick(host.window(), Qt::Key_F10);
+    QCOMPARE(host.framework()->currentAreaName(), QStringLiteral("TestArea"));
+    QCOMPARE(state().value("screen").toString(), QStringLiteral("screenMain"));
+    QVERIFY(enabled("myVr", 4));
+    QTest::keyClick(host.window(), Qt::Key_F3, Qt::ShiftModifier);
+    QVERIFY(!enabled("myVr", 4));
+    // F1 presses myHu 1, the link to the main screen, which rebuilds its menus.
+    QTest::keyClick(host.window(), Qt::Key_F1);
+    QVERIFY(enabled("myVr", 4));
+
+    // Quit is asked for after the answer.
+    QSignalSpy quit(&host, &HmiHost::quitRequested);
+    QCOMPARE(host.command({"quit"}).code, 0);
+    QCOMPARE(quit.count(), 0);
+    QCoreApplication::processEvents();
+    QCOMPARE(quit.count(), 1);
+
+    host.shutdown();
+    QVERIFY(!host.framework());
+    QVERIFY(!QFile::exists(CtlServer::socketPath(machine.path())));
+    host.shutdown();
+}
+
+void TestHmiFramework::gridCellsPalettesAndSignals()
+{
+    SlGrGrid grid(0, 4, nullptr, "grid");
+    QCOMPARE(grid.appendRow(), 0);
+    QCOMPARE(grid.appendRow(), 1);
+    grid.setText(1, 2, "path");
+    QCOMPARE(grid.text(1, 2), QStringLiteral("path"));
+    grid.setText(5, 0, "outside"); // no row 5: nothing happens
+    QCOMPARE(grid.rowCount(), 2);
+
+    auto* check = new SlGrCheckGridItem(QString(), true);
+    auto* combo = new SlGrComboGridItem({QString(), "X1", "Y1"});
+    grid.setItem(0, 0, check);
+    grid.setItem(0, 1, combo);
+    QSignalSpy values(&grid, &SlGrGrid::valueChanged);
+
+    check->setChecked(false);
+    QCOMPARE(values.count(), 1);
+    QCOMPARE(values.takeFirst(), QVariantList({0, 0}));
+    check->setChecked(false); // no change, no signal
+    QCOMPARE(values.count(), 0);
+
+    combo->setCurrentIndex(2);
+    QCOMPARE(values.count(), 1);
+    QCOMPARE(values.takeFirst(), QVariantList({0, 1}));
+    QCOMPARE(combo->currentText(), QStringLiteral("Y1"));
+    QCOMPARE(grid.text(0, 1), QStringLiteral("Y1"));
+    combo->setCurrentIndex(7); // out of range: kept
+    QCOMPARE(combo->currentIndex(), 2);
+    // An editor hands back the chosen text.
+    combo->setData(Qt::EditRole, "X1");
+    QCOMPARE(combo->currentIndex(), 1);
+
+    QSignalSpy current(&grid, &SlGrGrid::currentChanged);
+    grid.setCurrentCell(1, 2);
+    QCOMPARE(current.count(), 1);
+    QCOMPARE(current.takeFirst(), QVariantList({1, 2}));
+
+    grid.removeRow(0);
+    QCOMPARE(grid.rowCount(), 1);
+    grid.appendRow();
+
+    grid.setText(0, 0, "1");
+    grid.setText(0, 3, "DEF NCK INT TMR_FILE");
+    QPalette grey = grid.palette();
+    grey.setColor(QPalette::Base, Qt::lightGray);
+    grid.setColumnColorPalette(0, grey);
+    QCOMPARE(grid.getCellColorPalette(0, 0).color(QPalette::Base), QColor(Qt::lightGray));
+    QCOMPARE(grid.getCellColorPalette(1, 0).color(QPalette::Base), QColor(Qt::lightGray));
+    QCOMPARE(grid.getCellColorPalette(0, 3).color(QPalette::Base), grid.palette().color(QPalette::Base));
+
+    // A colour is no value: setting it must not look like an edit.
+    values.clear();
+    QPalette p = grid.getCellColorPalette(0, 3);
+    for (auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
+        p.setColor(group, QPalette::Text, Qt::darkGreen);
+    grid.setCellColorPalette(0, 3, p);
+    QCOMPARE(values.count(), 0);
+    QCOMPARE(grid.getCellColorPalette(0, 3).color(QPalette::Inactive, QPalette::Text), QColor(Qt::darkGreen));
+    QCOMPARE(grid.getCellColorPalette(1, 3).color(QPalette::Text), grid.palette().color(QPalette::Text));
+
+    grid.setSelectionMode(SlGrGrid::SingleRow);
+    QCOMPARE(grid.selectionBehavior(), QAbstractItemView::SelectRows);
+    grid.setSelectionMode(SlGrGrid::NoSelection);
+    QCOMPARE(grid.QTableWidget::selectionMode(), QAbstractItemView::NoSelection);
+}
+
+void TestHmiFramework::lineEditAndFormBars()
+{
+    SlGfwLineEdit edit;
+    QSignalSpy spy(&edit, qOverload<const QString&, QWidget*>(&SlGfwLineEdit::textChanged));
+    edit.setValue(12.5);
+    QCOMPARE(edit.displayText(), QStringLiteral("12.5"));
+    edit.setValue(QStringLiteral("G54"));
+    QCOMPARE(spy.count(), 2);
+    QCOMPARE(spy.last().at(0).toString(), QStringLiteral("G54"));
+    QCOMPARE(spy.last().at(1).value<QWidget*>(), &edit);
+
+    SlGfwDialogForm form(nullptr, "formX");
+    QSignalSpy status(&form, &SlGfwDialogForm::statusBarChanged);
+    form.setStatusBarElementCount(2);
+    form.setStatusBarElementAlignment(2, 1);
+    form.setStatusBarElementText("right", 1);
+    QCOMPARE(form.statusBarElementAlignment(1), Qt::Alignment(Qt::AlignRight));
+    QCOMPARE(form.statusBarElementText(1), QStringLiteral("right"));
+    // A text beyond the count is kept rather than lost.
+    form.setStatusBarElementText("third", 2);
+    QCOMPARE(form.statusBarElementCount(), 3);
+    QCOMPARE(status.count(), 4);
+    form.setCaptionBarElementAlignment(Qt::AlignCenter, 5); // no element 5: ignored
+    QCOMPARE(form.captionBarElementCount(), 1);
+}
+
+void TestHmiFramework::pdfZoom()
+{
+    QTemporaryDir dir;
+    const QString pdf = dir.filePath("report.pdf");
+    {
+        QPdfWriter writer(pdf);
+        writer.setPageSize(QPageSize(QPageSize::A4));
+        QPainter painter(&writer);
+        painter.drawText(QPointF(100, 100), "Report");
+        writer.newPage();
+        painter.drawText(QPointF(100, 100), "Page 2");
+    }
+    XpdfWidget view(Qt::white, Qt::gray, false);
+    view.resize(800, 600);
+    view.show();
+    view.init(QString());
+    view.setZoom(XpdfWidget::zoomToWidth);
+    QVERIFY(view.getFileName().isEmpty());
+    QVERIFY(view.loadFile(dir.filePath("missing.pdf"), QString()) != XpdfWidget::pdfOk);
+    QVERIFY(view.getFileName().isEmpty());
+
+    QCOMPARE(view.loadFile(pdf, QString()), int(XpdfWidget::pdfOk));
+    QCOMPARE(view.getFileName(), pdf);
+    QCOMPARE(view.getNumPages(), 2);
+    // Fit to width: the page (595 pt wide) fills the view's width.
+    const double wide = view.getZoomPercent();
+    QVERIFY2(wide > 100.0 && wide < 800.0 * 100.0 / 595.0, qPrintable(QString::number(wide)));
+    view.resize(500, 600);
+    QVERIFY(view.getZoomPercent() < wide);
+    QCOMPARE(view.getZoom(), XpdfWidget::zoomToWidth);
+
+    view.setZoom(view.getZoomPercent() * 1.15);
+    QVERIFY(view.getZoom() > 0);
+
+    view.closeFile();
+    QVERIFY(view.getFileName().isEmpty());
+    QCOMPARE(view.getNumPages(), 0);
+}
+
+void TestHmiFramework::imagesAreFoundOnTheCardFirst()
+{
+    QString path;
+    QVERIFY(!SlGfwBaseForm::searchImageFile("no_such_image.png", path, true));
+    // The file views' icons exist even on an empty card, and they differ.
+    QVERIFY(SlGfwBaseForm::searchImageFile("fv_folder_closed.png", path, true));
+    QIcon closed;
+    closed.addFile(path);
+    QVERIFY(SlGfwBaseForm::searchImageFile("fv_folder_opened.png", path, true));
+    QIcon opened;
+    opened.addFile(path);
+    QVERIFY(!closed.isNull() && !opened.isNull());
+    QVERIFY(closed.cacheKey() != opened.cacheKey());
+
+    QTemporaryDir card;
+    QVERIFY(QDir().mkpath(card.filePath("oem/ico1024")));
+    QVERIFY(QDir().mkpath(card.filePath("user")));
+    QImage(8, 8, QImage::Format_ARGB32).save(card.filePath("oem/ico1024/fv_file.png"));
+    QImage(8, 8, QImage::Format_ARGB32).save(card.filePath("user/fv_file.png"));
+    SlGfwBaseForm::setImageSearchPaths({card.filePath("user"), card.filePath("oem")});
+    QVERIFY(SlGfwBaseForm::searchImageFile("fv_file.png", path, true));
+    QCOMPARE(path, card.filePath(QStringLiteral("user/fv_file.png")));
+    QVERIFY(QFile::remove(path));
+    QVERIFY(SlGfwBaseForm::searchImageFile("fv_file.png", path, true));
+    QCOMPARE(path, card.filePath(QStringLiteral("oem/ico1024/fv_file.png")));
+    // Without the resolution folders only the folder itself counts.
+    QVERIFY(SlGfwBaseForm::searchImageFile("fv_file.png", path, false));
+    QVERIFY(path.startsWith(QLatin1Char(':')));
+    SlGfwBaseForm::setImageSearchPaths({});
 }
 
 QTEST_MAIN(TestHmiFramework)
