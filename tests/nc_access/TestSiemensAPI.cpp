@@ -26,24 +26,19 @@ SlCapAdviseSpec Spec(const QString& name)
     return SlCapAdviseSpec(name, SlCapData::standardUpdateRate(), 0.0, 0, 0);
 }
 
-QVector<HotlinkResultType> Results(const QSignalSpy& spy, int i)
+// "name flag value-or-error" per entry; the NC sends at most one notification
+// per update period, so waiting for one is a wait for an event, not a measurement.
+bool WaitFor(QSignalSpy& spy, const QString& expected, unsigned int handle)
 {
-    return spy.at(i).at(1).value<QVector<HotlinkResultType>>();
-}
-
-// Waits for notifications until one satisfies pred; the NC sends at most one
-// per update period, so this is a wait for an event, not a measurement.
-template <typename Pred>
-bool WaitFor(QSignalSpy& spy, Pred pred)
-{
-    int seen = 0;
-    for (int round = 0; round < 300; ++round) {
-        while (seen < spy.count()) {
-            if (pred(Results(spy, seen++)))
+    for (int seen = 0, round = 0; round < 300; ++round, spy.wait(100))
+        for (; seen < spy.count(); ++seen) {
+            QStringList entries;
+            for (const HotlinkResultType& r : spy.at(seen).at(1).value<QVector<HotlinkResultType>>())
+                entries << QStringLiteral("%1 %2 %3").arg(r.varName.section('/', -1)).arg(r.flag ? 1 : 0)
+                                                 .arg(r.errCode ? "e" + QString::number(r.errCode, 16) : r.value.toString());
+            if (entries.join(", ") == expected && spy.at(seen).at(0).toUInt() == handle)
                 return true;
         }
-        spy.wait(100);
-    }
     return false;
 }
 }
@@ -64,8 +59,7 @@ private slots:
     void axesKeepTheirPlaceInTheFullList();
     void filesAndPrograms();
     void machineDefinition();
-    void hotlinkOfOneVariable();
-    void hotlinkOfSeveralVariablesByPosition();
+    void hotlinks();
     void hotlinkFailuresAreLogged();
 };
 
@@ -346,31 +340,18 @@ void TestSiemensAPI::machineDefinition()
     QVERIFY(m_log.has("Cannot read MD24550(MC_TRAFO5_BASE_TOOL_1). ErrCode=-78\n"));
 }
 
-void TestSiemensAPI::hotlinkOfOneVariable()
+void TestSiemensAPI::hotlinks()
 {
     NcMachine m;
     CSiemensHotlink hotlink({Spec(tmrFile)});
     QSignalSpy spy(&hotlink, &CSiemensHotlink::signalHotlinkResult);
     QCOMPARE(hotlink.HandleID(), 0u);
-
     QVERIFY(hotlink.Advise(SlCapData::standardTimeout()));
     QVERIFY(hotlink.HandleID() != 0);
     QCOMPARE(spy.count(), 0); // never from inside Advise
-
-    QVERIFY(WaitFor(spy, [](const QVector<HotlinkResultType>& r) { return !r.isEmpty(); }));
-    QCOMPARE(spy.at(0).at(0).toUInt(), hotlink.HandleID());
-    QVector<HotlinkResultType> first = Results(spy, 0);
-    QCOMPARE(first.size(), 1);
-    QCOMPARE(first[0].varName, tmrFile);
-    QCOMPARE(first[0].errCode, 0u);
-    QVERIFY(first[0].flag);
-    QCOMPARE(first[0].value, QVariant(0));
-
+    QVERIFY(WaitFor(spy, "TMR_FILE 1 0", hotlink.HandleID()));
     QVERIFY(m.set(tmrFile, "1"));
-    QVERIFY(WaitFor(spy, [](const QVector<HotlinkResultType>& r) {
-        return r.size() == 1 && r[0].flag && r[0].value == QVariant(1);
-    }));
-
+    QVERIFY(WaitFor(spy, "TMR_FILE 1 1", hotlink.HandleID()));
     // Unadvise is quiet; of no subscription it is logged.
     const unsigned int id = hotlink.HandleID();
     hotlink.UnAdvise();
@@ -378,36 +359,18 @@ void TestSiemensAPI::hotlinkOfOneVariable()
     QVERIFY(!m_log.text().contains(QStringLiteral("HandleID=%1,").arg(id)));
     hotlink.UnAdvise();
     QVERIFY(m_log.has("Unadvise hotlink failed. VarNames=" + tmrFile + ", HandleID=0, ErrCode=0x80320007\n"));
-}
 
-void TestSiemensAPI::hotlinkOfSeveralVariablesByPosition()
-{
-    NcMachine m;
-    CSiemensHotlink hotlink({Spec(tmrFile), Spec(vint1)});
-    QSignalSpy spy(&hotlink, &CSiemensHotlink::signalHotlinkResult);
-    QVERIFY(hotlink.Advise(SlCapData::standardTimeout()));
-
-    QVERIFY(WaitFor(spy, [](const QVector<HotlinkResultType>& r) { return !r.isEmpty(); }));
-    QVector<HotlinkResultType> first = Results(spy, 0);
-    QCOMPARE(first.size(), 2);
-    QCOMPARE(first[0].varName, tmrFile);
-    QCOMPARE(first[1].varName, vint1);
-    QVERIFY(first[0].flag && first[1].flag);
-    QCOMPARE(spy.at(0).at(0).toUInt(), hotlink.HandleID());
-
-    // Only the changed variable is flagged; both entries stay in place.
+    // Several variables by position: only the changed one is flagged, both
+    // entries stay in place, and one the NC cannot read reports its own error.
+    CSiemensHotlink several({Spec(tmrFile), Spec(vint1)});
+    QSignalSpy spy2(&several, &CSiemensHotlink::signalHotlinkResult);
+    QVERIFY(several.Advise(SlCapData::standardTimeout()));
+    QVERIFY(WaitFor(spy2, "TMR_FILE 1 1, TMR_VINT[1] 1 0", several.HandleID()));
     QVERIFY(m.set(vint1, "3"));
-    QVERIFY(WaitFor(spy, [](const QVector<HotlinkResultType>& r) {
-        return r.size() == 2 && !r[0].flag && r[1].flag && r[1].value == QVariant(3)
-               && r[1].varName == vint1;
-    }));
-
-    // A variable the NC cannot read any more reports its own error.
+    QVERIFY(WaitFor(spy2, "TMR_FILE 0 1, TMR_VINT[1] 1 3", several.HandleID()));
     m.fail("read", tmrFile, 0x8032000Au);
     QVERIFY(m.set(vint1, "4"));
-    QVERIFY(WaitFor(spy, [](const QVector<HotlinkResultType>& r) {
-        return r.size() == 2 && r[0].flag && r[0].errCode == 0x8032000Au && r[1].errCode == 0;
-    }));
+    QVERIFY(WaitFor(spy2, "TMR_FILE 1 e8032000a, TMR_VINT[1] 1 4", several.HandleID()));
 }
 
 void TestSiemensAPI::hotlinkFailuresAreLogged()
