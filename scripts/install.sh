@@ -2,7 +2,8 @@
 # Installs the plug-in into a machine folder of the virtual machine, as an
 # integrator installs it on an NCU:
 #   card/oem/sinumerik/hmi/NorvaneZYN/appl   libsiemensharvel.so, libZynNetServer.so (and its libharvel_net_proto.so),
-#                                            prg/find_sphere_center.mpf
+#                                            prg/find_sphere_center.mpf, prg/demo_probe.mpf
+#   nc/MPF.DIR/DEMO_PROBE.MPF                the demo probing program, on the NC
 #   card/oem/sinumerik/hmi/NorvaneZYN/cfg    SiemensHarvel.ini, TMRNC.INI
 #   card/oem/sinumerik/hmi/cfg/systemconfiguration.ini   the area's line
 #
@@ -60,6 +61,19 @@ fi
 install_file "$root/plugin/SiemensHarvel.ini" "$cfg/SiemensHarvel.ini"
 [ -f "$appl/prg/find_sphere_center.mpf" ] || cp "$root/plugin/find_sphere_center.mpf" "$appl/prg/"
 [ -f "$cfg/TMRNC.INI" ] || cp "$root/plugin/TMRNC.INI" "$cfg/TMRNC.INI"
+install_file "$root/plugin/demo_probe.mpf" "$appl/prg/demo_probe.mpf"
+
+# The demo probing program goes into the NC's part program folder, where
+# an operator selects it; a new machine is laid out first, since a folder
+# with NC data but no machine.ini is not taken for a new machine. An edited
+# DEMO_PROBE.MPF stays.
+if [ ! -f "$machine/machine.ini" ] && [ -x "$build/bin/harvel-nc-host" ]; then
+    "$build/bin/harvel-nc-host" --machine "$machine" --create >/dev/null ||
+        echo "install.sh: cannot lay out the machine in $machine; DEMO_PROBE.MPF is not put on its NC" >&2
+fi
+if [ -d "$machine/nc/MPF.DIR" ] && [ ! -f "$machine/nc/MPF.DIR/DEMO_PROBE.MPF" ]; then
+    cp "$root/plugin/demo_probe.mpf" "$machine/nc/MPF.DIR/DEMO_PROBE.MPF"
+fi
 
 set_key() { # FILE KEY VALUE, within the one group [TMRNC]
     if grep -qi "^[[:space:]]*$2[[:space:]]*=" "$1"; then

@@ -1,6 +1,7 @@
 #include "HmiControl.h"
 
 #include "HmiFramework.h"
+#include "HmiWidgetAccess.h"
 #include "HmiWindow.h"
 #include "SlGfwAreaConfig.h"
 #include "SlGfwDialogForm.h"
@@ -8,132 +9,31 @@
 #include "SlGfwScreen.h"
 #include "SlGfwSoftkey.h"
 
-#include <QAbstractButton>
 #include <QApplication>
-#include <QComboBox>
 #include <QFileInfo>
-#include <QGridLayout>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QKeyEvent>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPlainTextEdit>
-#include <QTableWidget>
-#include <QTextEdit>
-#include <QTreeWidget>
 
-namespace {
-const char* kUsage = "hmi state [--json] | key ACTION | key --menu MENU --position N | type [--clear] TEXT | focus NAME | "
-                     "read NAME | screenshot FILE | area NAME | areas";
-
-// The widget a label stands for: its buddy, or its right-hand neighbour
-// in a grid or form layout.
-QWidget* labelledWidget(QLabel* label)
+HmiControl::HmiControl(HmiFramework* framework, HmiWindow* window)
+    : m_framework(framework), m_window(window), m_widgets([this] { return activeForm(); })
 {
-    if (label->buddy())
-        return label->buddy();
-    QWidget* parent = label->parentWidget();
-    auto* grid = parent ? qobject_cast<QGridLayout*>(parent->layout()) : nullptr;
-    if (!grid)
-        return nullptr;
-    const int index = grid->indexOf(label);
-    if (index < 0)
-        return nullptr;
-    int row, column, rowSpan, columnSpan;
-    grid->getItemPosition(index, &row, &column, &rowSpan, &columnSpan);
-    QLayoutItem* next = grid->itemAtPosition(row, column + columnSpan);
-    return next ? next->widget() : nullptr;
+    auto bind = [this](CtlResult (HmiControl::*f)(const QStringList&)) {
+        return [this, f](const QStringList& args) { return (this->*f)(args); };
+    };
+    auto bindConst = [this](CtlResult (HmiControl::*f)(const QStringList&) const) {
+        return [this, f](const QStringList& args) { return (this->*f)(args); };
+    };
+    m_table.add(QStringLiteral("state"), QStringLiteral("state [--json]"), bindConst(&HmiControl::doState));
+    m_table.add(QStringLiteral("key"), QStringLiteral("key ACTION | key --menu MENU --position N"), bind(&HmiControl::doKey));
+    m_table.add(QStringLiteral("type"), QStringLiteral("type [--clear] TEXT"), bind(&HmiControl::doType));
+    m_table.add(QStringLiteral("focus"), QStringLiteral("focus NAME"), bind(&HmiControl::doFocus));
+    m_table.add(QStringLiteral("read"), QStringLiteral("read NAME"), bindConst(&HmiControl::doRead));
+    m_table.add(QStringLiteral("screenshot"), QStringLiteral("screenshot FILE"), bind(&HmiControl::doScreenshot));
+    m_table.add(QStringLiteral("area"), QStringLiteral("area NAME"), bind(&HmiControl::doArea));
+    m_table.add(QStringLiteral("areas"), QStringLiteral("areas"), bindConst(&HmiControl::doAreas));
+    m_widgets.registerWith(m_table);
 }
-
-QString normalisedLabel(QString text)
-{
-    text = text.trimmed();
-    while (text.endsWith(QLatin1Char(':')))
-        text.chop(1);
-    return text.trimmed();
-}
-
-// A widget of the form by object name, then accessible name, then the
-// text of the label in front of it. A label itself counts by its object
-// name only when it is to be read.
-QWidget* findWidget(QWidget* form, const QString& name, bool labels)
-{
-    const QList<QWidget*> widgets = form->findChildren<QWidget*>();
-    for (QWidget* w : widgets)
-        if (w->objectName() == name && (labels || !qobject_cast<QLabel*>(w)))
-            return w;
-    for (QWidget* w : widgets)
-        if (w->accessibleName() == name)
-            return w;
-    for (QLabel* l : form->findChildren<QLabel*>())
-        if (normalisedLabel(l->text()) == normalisedLabel(name))
-            if (QWidget* w = labelledWidget(l))
-                return w;
-    return nullptr;
-}
-
-QString cellText(const QTableWidgetItem* item)
-{
-    if (!item)
-        return QString();
-    // Every plain cell may be checkable; a check box cell has a state.
-    if (item->data(Qt::CheckStateRole).isValid())
-        return (item->checkState() == Qt::Checked ? QStringLiteral("[x]") : QStringLiteral("[ ]")) +
-               (item->text().isEmpty() ? QString() : QLatin1Char(' ') + item->text());
-    return item->text();
-}
-
-void treeLines(const QTreeWidgetItem* item, int depth, QStringList& lines)
-{
-    lines << QString(depth * 2, QLatin1Char(' ')) + item->text(0);
-    for (int i = 0; i < item->childCount(); ++i)
-        treeLines(item->child(i), depth + 1, lines);
-}
-
-// What the operator sees of a widget, as text; false for a kind of widget
-// that has no text to read.
-bool widgetText(QWidget* w, QString& text)
-{
-    QStringList lines;
-    if (auto* e = qobject_cast<QLineEdit*>(w)) {
-        text = e->text();
-    } else if (auto* t = qobject_cast<QTextEdit*>(w)) {
-        text = t->toPlainText();
-    } else if (auto* p = qobject_cast<QPlainTextEdit*>(w)) {
-        text = p->toPlainText();
-    } else if (auto* l = qobject_cast<QLabel*>(w)) {
-        text = l->text();
-    } else if (auto* c = qobject_cast<QComboBox*>(w)) {
-        text = c->currentText();
-    } else if (auto* b = qobject_cast<QAbstractButton*>(w)) {
-        text = b->isCheckable() ? (b->isChecked() ? QStringLiteral("checked") : QStringLiteral("unchecked")) : b->text();
-    } else if (auto* list = qobject_cast<QListWidget*>(w)) {
-        for (int i = 0; i < list->count(); ++i)
-            lines << list->item(i)->text();
-        text = lines.join(QLatin1Char('\n'));
-    } else if (auto* table = qobject_cast<QTableWidget*>(w)) {
-        for (int r = 0; r < table->rowCount(); ++r) {
-            QStringList cells;
-            for (int c = 0; c < table->columnCount(); ++c)
-                if (!table->isColumnHidden(c))
-                    cells << cellText(table->item(r, c));
-            lines << cells.join(QLatin1Char('\t'));
-        }
-        text = lines.join(QLatin1Char('\n'));
-    } else if (auto* tree = qobject_cast<QTreeWidget*>(w)) {
-        for (int i = 0; i < tree->topLevelItemCount(); ++i)
-            treeLines(tree->topLevelItem(i), 0, lines);
-        text = lines.join(QLatin1Char('\n'));
-    } else {
-        return false;
-    }
-    return true;
-}
-}
-
-HmiControl::HmiControl(HmiFramework* framework, HmiWindow* window) : m_framework(framework), m_window(window) {}
 
 void HmiControl::registerWith(CtlServer* server)
 {
@@ -142,27 +42,7 @@ void HmiControl::registerWith(CtlServer* server)
 
 CtlResult HmiControl::handle(const QStringList& args)
 {
-    if (args.isEmpty())
-        return CtlResult::fail(QStringLiteral("usage: %1").arg(QLatin1String(kUsage)), 2);
-    const QString verb = args.first();
-    const QStringList rest = args.mid(1);
-    if (verb == QLatin1String("state"))
-        return doState(rest);
-    if (verb == QLatin1String("key"))
-        return doKey(rest);
-    if (verb == QLatin1String("type"))
-        return doType(rest);
-    if (verb == QLatin1String("focus"))
-        return doFocus(rest);
-    if (verb == QLatin1String("screenshot"))
-        return doScreenshot(rest);
-    if (verb == QLatin1String("read"))
-        return doRead(rest);
-    if (verb == QLatin1String("area"))
-        return doArea(rest);
-    if (verb == QLatin1String("areas"))
-        return doAreas();
-    return CtlResult::fail(QStringLiteral("unknown hmi command '%1'; usage: %2").arg(verb, QLatin1String(kUsage)), 2);
+    return m_table.dispatch(args);
 }
 
 QWidget* HmiControl::activeForm() const
@@ -331,7 +211,7 @@ CtlResult HmiControl::doFocus(const QStringList& args)
     if (!form)
         return CtlResult::fail(QStringLiteral("no form is shown"));
     const QString name = args.first();
-    QWidget* target = findWidget(form, name, false);
+    QWidget* target = HmiWidgetAccess::find(form, name, false);
     if (!target)
         return CtlResult::fail(QStringLiteral("form %1 has no widget named or labelled '%2'").arg(form->objectName(), name));
     if (!target->isEnabled() || !target->isVisibleTo(form) || target->focusPolicy() == Qt::NoFocus)
@@ -351,11 +231,11 @@ CtlResult HmiControl::doRead(const QStringList& args) const
     QWidget* form = activeForm();
     if (!form)
         return CtlResult::fail(QStringLiteral("no form is shown"));
-    QWidget* target = findWidget(form, args.first(), true);
+    QWidget* target = HmiWidgetAccess::find(form, args.first(), true);
     if (!target)
         return CtlResult::fail(QStringLiteral("form %1 has no widget named or labelled '%2'").arg(form->objectName(), args.first()));
     QString text;
-    if (!widgetText(target, text))
+    if (!HmiWidgetAccess::text(target, text))
         return CtlResult::fail(QStringLiteral("widget '%1' (%2) has no text to read")
                                    .arg(args.first(), QLatin1String(target->metaObject()->className())));
     // The answer ends in a line feed; a value that has its own keeps it.
@@ -385,8 +265,10 @@ CtlResult HmiControl::doArea(const QStringList& args)
     return CtlResult::ok();
 }
 
-CtlResult HmiControl::doAreas() const
+CtlResult HmiControl::doAreas(const QStringList& args) const
 {
+    if (!args.isEmpty())
+        return CtlResult::fail(QStringLiteral("usage: hmi areas"), 2);
     QString out;
     for (int i = 0; i < m_framework->areaCount(); ++i) {
         const HmiFramework::Area& a = m_framework->area(i);

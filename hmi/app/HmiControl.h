@@ -1,6 +1,8 @@
 #pragma once
 
 #include "CtlServer.h"
+#include "HmiCommandTable.h"
+#include "HmiWidgetCommands.h"
 
 #include <QJsonObject>
 #include <QPointer>
@@ -22,6 +24,7 @@ class QWidget;
 //   screenshot FILE
 //   area NAME                          the operator's area key
 //   areas                              every area, and why one failed
+// and the widget verbs of HmiWidgetCommands, all behind one table.
 // A key is pressed after the answer has gone out: it may open a modal
 // screen, whose event loop serves the next commands.
 class HmiControl
@@ -42,9 +45,11 @@ private:
     CtlResult doRead(const QStringList& args) const;
     CtlResult doScreenshot(const QStringList& args);
     CtlResult doArea(const QStringList& args);
-    CtlResult doAreas() const;
+    CtlResult doAreas(const QStringList& args) const;
     QWidget* activeForm() const;
 
     HmiFramework* m_framework;
     QPointer<HmiWindow> m_window;
+    HmiWidgetCommands m_widgets;
+    HmiCommandTable m_table;
 };

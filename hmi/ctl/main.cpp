@@ -17,7 +17,10 @@ static void usage(QTextStream& err)
            "  nc usb mount|unmount NAME | nc activate-def NCPATH | nc fault ... | nc fault clear\n"
            "  hmi state [--json] | hmi key ACTION | hmi key --menu MENU --position N\n"
            "  hmi type [--clear] TEXT | hmi focus NAME | hmi read NAME | hmi screenshot FILE\n"
-           "  hmi area NAME | hmi areas\n"
+           "  hmi area NAME | hmi areas | hmi widgets [--json]\n"
+           "  hmi click NAME | hmi check NAME on|off | hmi choose NAME TEXT\n"
+           "  hmi cell NAME ROW COL [--check on|off | --choose TEXT | --text TEXT]\n"
+           "  hmi tree NAME expand|collapse|select|activate PATH\n"
            "  quit (ends harvel-hmi in order)\n"
            "DIR defaults to the current folder.\n";
 }

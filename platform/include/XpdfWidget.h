@@ -41,8 +41,12 @@ public:
 
     void setZoom(double zoom);
     double getZoom() const { return m_zoom; }
-    // The zoom in percent as it stands, the fit values resolved.
+    // The zoom in percent as it stands, the fit values resolved against the
+    // view's present width.
     double getZoomPercent(int page = 1) const;
+    // The zoom in percent the pages on show were drawn at; 0 while nothing
+    // is drawn. A hidden view has no real width, so it draws when shown.
+    double getRenderedZoomPercent() const { return m_renderedZoom; }
 
     void setContinuousMode(bool continuous);
     bool getContinuousMode() const { return m_continuous; }
@@ -50,8 +54,15 @@ public:
     void enableSelect(bool on) { m_select = on; }
     void enablePan(bool on) { m_pan = on; }
 
+signals:
+    // The pages have been drawn at a zoom, in percent: after a change of
+    // zoom or document, and for the fit values whenever the view's width
+    // has changed, a hidden view's first showing included.
+    void zoomChanged(double zoomPercent);
+
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void render();
@@ -68,6 +79,9 @@ private:
     bool m_select = true;
     bool m_pan = true;
     int m_renderedWidth = -1;
+    double m_renderedZoom = 0.0;
+    // Something changed while the view was hidden; drawn when it is shown.
+    bool m_renderPending = false;
     QScrollArea* m_scroll;
     QWidget* m_pagesWidget;
     QVBoxLayout* m_pagesLayout;

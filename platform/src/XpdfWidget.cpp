@@ -90,7 +90,10 @@ double XpdfWidget::getZoomPercent(int page) const
     if (!p)
         return 100.0;
     const QSizeF size = p->pageSizeF();
-    const QSize view = m_scroll->viewport()->size();
+    // The room inside the frame, with the vertical scroll bar's width always
+    // taken off: the bar comes and goes with the pages drawn, and a fit
+    // measured against the viewport would change with it.
+    const QSize view = m_scroll->contentsRect().size();
     const double byWidth = (view.width() - 2.0 * kMargin - m_scroll->verticalScrollBar()->sizeHint().width()) / size.width();
     if (m_zoom == zoomToWidth)
         return qMax(1.0, 100.0 * byWidth);
@@ -108,7 +111,16 @@ void XpdfWidget::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
     // Only the fit values depend on the view's size.
-    if (m_zoom <= 0 && m_document && m_scroll->viewport()->width() != m_renderedWidth)
+    if (m_zoom <= 0 && m_document && m_scroll->contentsRect().width() != m_renderedWidth)
+        render();
+}
+
+void XpdfWidget::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    // The layout has given the view its width by now; a fit value computed
+    // against the width of a hidden view would be wrong.
+    if (m_renderPending || (m_zoom <= 0 && m_document && m_scroll->contentsRect().width() != m_renderedWidth))
         render();
 }
 
@@ -116,15 +128,22 @@ void XpdfWidget::clearPages()
 {
     qDeleteAll(m_pages);
     m_pages.clear();
+    m_renderedZoom = 0.0;
 }
 
 void XpdfWidget::render()
 {
     clearPages();
+    m_renderPending = false;
     if (!m_document)
         return;
-    m_renderedWidth = m_scroll->viewport()->width();
-    const double dpi = 72.0 * getZoomPercent() / 100.0;
+    if (!isVisible()) {
+        m_renderPending = true;
+        return;
+    }
+    m_renderedWidth = m_scroll->contentsRect().width();
+    m_renderedZoom = getZoomPercent();
+    const double dpi = 72.0 * m_renderedZoom / 100.0;
     const int count = m_continuous ? m_document->numPages() : 1;
     for (int i = 0; i < count; ++i) {
         std::unique_ptr<Poppler::Page> page(m_document->page(i));
@@ -138,4 +157,5 @@ void XpdfWidget::render()
         m_pagesLayout->addWidget(label);
         m_pages.append(label);
     }
+    emit zoomChanged(m_renderedZoom);
 }

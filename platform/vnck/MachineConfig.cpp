@@ -42,6 +42,40 @@ bool readTriple(const QSettings& ini, const QString& key, QVector<double>& out, 
     return true;
 }
 
+bool readList(const QSettings& ini, const QString& key, QVector<double>& out, QString& error)
+{
+    if (!ini.contains(key))
+        return true;
+    const QStringList items = listValue(ini, key);
+    if (items.size() != out.size()) {
+        error = QStringLiteral("%1 needs %2 numbers, got '%3'").arg(key).arg(out.size()).arg(items.join(QLatin1Char(',')));
+        return false;
+    }
+    for (int i = 0; i < items.size(); ++i) {
+        bool ok = false;
+        out[i] = items[i].toDouble(&ok);
+        if (!ok) {
+            error = QStringLiteral("%1: '%2' is no number").arg(key, items[i]);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool readReal(const QSettings& ini, const QString& key, double& out, QString& error)
+{
+    if (!ini.contains(key))
+        return true;
+    bool ok = false;
+    const double v = ini.value(key).toString().trimmed().toDouble(&ok);
+    if (!ok) {
+        error = QStringLiteral("%1: '%2' is no number").arg(key, ini.value(key).toString());
+        return false;
+    }
+    out = v;
+    return true;
+}
+
 bool readInt(const QSettings& ini, const QString& key, int& out, int min, int max, QString& error)
 {
     if (!ini.contains(key))
@@ -81,6 +115,17 @@ bool MachineConfig::load(const QString& iniPath, QString& error)
         || !readTriple(ini, QStringLiteral("RotaryTable/BaseTool"), baseTool, e)
         || !readTriple(ini, QStringLiteral("RotaryTable/JointOffset"), jointOffset, e)) {
         error = QStringLiteral("%1: %2").arg(iniPath, e);
+        return false;
+    }
+    if (!readReal(ini, QStringLiteral("Channel/RapidTraverse"), rapidTraverse, e)
+        || !readReal(ini, QStringLiteral("Probe/BallRadius"), probeBallRadius, e)
+        || !readList(ini, QStringLiteral("Probe/Sphere"), probeSphere, e)) {
+        error = QStringLiteral("%1: %2").arg(iniPath, e);
+        return false;
+    }
+    if (rapidTraverse <= 0 || probeBallRadius < 0 || probeSphere[3] <= 0) {
+        error = QStringLiteral("%1: RapidTraverse and the sphere's radius must be greater than 0, BallRadius not negative")
+                    .arg(iniPath);
         return false;
     }
     const QString metricText = ini.value(QStringLiteral("Control/Metric"), QStringLiteral("true")).toString().trimmed();
@@ -176,6 +221,8 @@ QString MachineConfig::templateIni()
         "RParameters=300\n"
         "; settable frames G500, G54..G57, G505..G599\n"
         "UserFrames=100\n"
+        "; G0 rate of every axis, mm/min (deg/min for rotary axes)\n"
+        "RapidTraverse=10000\n"
         "\n"
         "[Tools]\n"
         "; catalogue entry: name, T number, length, radius\n"
@@ -188,6 +235,12 @@ QString MachineConfig::templateIni()
         "; MD24550 $MC_TRAFO5_BASE_TOOL_1 and MD24560 $MC_TRAFO5_JOINT_OFFSET_1\n"
         "BaseTool=0, 0, 185.5\n"
         "JointOffset=12.5, -3.25, 100\n"
+        "\n"
+        "[Probe]\n"
+        "; the simulated touch probe: a calibration sphere on the table (centre\n"
+        "; X, Y, Z in machine coordinates, radius) and the probe's ball radius\n"
+        "Sphere=1.234, -0.567, 222.5, 12.5\n"
+        "BallRadius=3\n"
         "\n"
         "[Hotlink]\n"
         "UpdatePeriodMs=100\n");

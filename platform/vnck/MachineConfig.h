@@ -35,6 +35,13 @@ public:
     QVector<double> baseTool{0.0, 0.0, 0.0};    // MD24550 $MC_TRAFO5_BASE_TOOL_1
     QVector<double> jointOffset{0.0, 0.0, 0.0}; // MD24560 $MC_TRAFO5_JOINT_OFFSET_1
     int updatePeriodMs = 100;
+    // Programmed motion: G0 moves each axis at this rate (mm/min, deg/min).
+    double rapidTraverse = 10000.0;
+    // The simulated touch probe: a calibration sphere on the table (machine
+    // coordinates of its centre, its radius) and the radius of the probe's
+    // ball. A measuring move switches where the ball meets the sphere.
+    QVector<double> probeSphere{1.234, -0.567, 222.5, 12.5};
+    double probeBallRadius = 3.0;
 
     bool load(const QString& iniPath, QString& error);
 

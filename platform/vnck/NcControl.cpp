@@ -1,6 +1,7 @@
 #include "NcControl.h"
 
 #include "NcFaults.h"
+#include "NcProgramRunner.h"
 #include "VirtualNc.h"
 
 namespace {
@@ -75,7 +76,9 @@ QString channelText(VirtualNc& nc)
         .arg(cs).arg(QLatin1String(cs >= 0 && cs < 3 ? status[cs] : "?"))
         .arg(ps).arg(QLatin1String(ps >= 0 && ps < 5 ? prog[ps] : "?"))
         .arg(om).arg(QLatin1String(om >= 0 && om < 3 ? mode[om] : "?"))
-        .arg(nc.programEndCount());
+        .arg(nc.programEndCount())
+        + (nc.programRunner().isLoaded() ? QStringLiteral("\nblock=%1").arg(nc.programRunner().position()) : QString())
+        + (nc.programRunner().message().isEmpty() ? QString() : QStringLiteral("\nmessage=%1").arg(nc.programRunner().message()));
 }
 
 CtlResult program(VirtualNc& nc, const QStringList& args)

@@ -6,6 +6,7 @@
 #include "NcControl.h"
 #include "NcFaults.h"
 #include "NcFileSystem.h"
+#include "NcProgramRunner.h"
 #include "SlPmActivateDefFiles.h"
 #include "SlQFileSvc.h"
 
@@ -104,6 +105,7 @@ public:
     MachineConfig cfg;
     NcFaults faults;
     std::unique_ptr<NcFileSystem> fs;
+    NcProgramRunner* runner = nullptr;
     // One process runs a machine at a time; two would overwrite each
     // other's retained data.
     std::unique_ptr<QLockFile> lock;
@@ -636,7 +638,15 @@ bool fillMachine(const QString& machineDir, VirtualNc::Variant variant, QString&
         {QStringLiteral("nc/DEF.DIR/UGUD.DEF"), MachineConfig::templateUgud(variant == VirtualNc::Variant::Commissioned)},
         {QStringLiteral("nc/DEF.DIR/SGUD.DEF"), QStringLiteral("%_N_SGUD_DEF\n;$PATH=/_N_DEF_DIR\nM30\n")},
         {QStringLiteral("nc/DEF.DIR/MGUD.DEF"), QStringLiteral("%_N_MGUD_DEF\n;$PATH=/_N_DEF_DIR\nM30\n")},
-        {QStringLiteral("nc/MPF.DIR/MAIN.MPF"), QStringLiteral("; main program\nG54 G0 X0 Y0 Z100\nM30\n")},
+        {QStringLiteral("nc/MPF.DIR/MAIN.MPF"),
+         QStringLiteral("; MAIN: a slow pass round the table in G54, and back to the start\n"
+                        "N10 G17 G90 G54 G0 X0 Y0 Z100\n"
+                        "N20 G1 X200 F200\n"
+                        "N30 Y150\n"
+                        "N40 X0\n"
+                        "N50 Y0\n"
+                        "N60 G0 Z250\n"
+                        "N70 M30\n")},
         {QStringLiteral("card/versions.xml"),
          QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<info>\n  <Version>04.95.00.00</Version>\n</info>\n")}};
     for (const auto& f : files)
@@ -690,6 +700,7 @@ VirtualNc* VirtualNc::open(const QString& machineDir, QString& error, Variant va
     }
     d->fs.reset(new NcFileSystem(dir));
     d->fs->setBusyCheck([d](const QString& real) { return d->selectedIsBusy(real); });
+    d->runner = new NcProgramRunner(*nc, nc.data());
     d->build();
     if (!d->loadState(error))
         return nullptr;
@@ -980,6 +991,7 @@ long VirtualNc::selectProgram(const QString& ncPath, QString* why)
 bool VirtualNc::startProgram(QString* why)
 {
     bool changed = false;
+    bool fromReset = false;
     {
         QMutexLocker lock(&d->mutex);
         if (d->intValue(QStringLiteral("/bag/state/opmode")) != ModeAuto) {
@@ -992,11 +1004,13 @@ bool VirtualNc::startProgram(QString* why)
                 *why = QStringLiteral("no program is selected, or the selected one no longer exists");
             return false;
         }
+        fromReset = d->intValue(QStringLiteral("/channel/state/chanstatus")) == ChannelReset;
         d->setInternal(QStringLiteral("/channel/state/chanstatus"), int(ChannelActive), changed);
         d->setInternal(QStringLiteral("/channel/state/acprog"), int(ProgramRunning), changed);
         d->setInternal(QStringLiteral("/channel/state/stopcond"), 0, changed);
     }
     d->emitChanges(changed, changed);
+    d->runner->cycleStart(fromReset);
     return true;
 }
 
@@ -1015,6 +1029,7 @@ bool VirtualNc::stopProgram(QString* why)
         d->setInternal(QStringLiteral("/channel/state/stopcond"), 2, changed);
     }
     d->emitChanges(changed, changed);
+    d->runner->hold();
     return true;
 }
 
@@ -1035,6 +1050,7 @@ bool VirtualNc::resetProgram(QString*)
             d->setInternal(QStringLiteral("/channel/state/chanalarm"), 0, changed);
     }
     d->emitChanges(changed, changed);
+    d->runner->abort();
     for (const Alarm& a : cleared)
         emit alarmEvent(20, a.id, a.text, a.kind, a.channel);
     if (!cleared.isEmpty())
@@ -1059,7 +1075,32 @@ bool VirtualNc::endProgram(QString* why)
         d->markDirty();
     }
     d->emitChanges(changed, changed);
+    d->runner->abort();
     return true;
+}
+
+void VirtualNc::setAxisPositions(const QVector<double>& positions)
+{
+    bool changed = false;
+    {
+        QMutexLocker lock(&d->mutex);
+        QVector<QVariant>& data = d->vars[QStringLiteral("/channel/geometricaxis/actprogpos")].data;
+        for (int i = 0; i < data.size() && i < positions.size(); ++i) {
+            changed = changed || data[i].toDouble() != positions[i];
+            data[i] = positions[i];
+        }
+    }
+    d->emitChanges(changed, false);
+}
+
+const MachineConfig& VirtualNc::config() const
+{
+    return d->cfg;
+}
+
+NcProgramRunner& VirtualNc::programRunner() const
+{
+    return *d->runner;
 }
 
 QList<VirtualNc::Alarm> VirtualNc::alarms() const

@@ -13,8 +13,10 @@
 #include <QVariant>
 #include <QVector>
 
+class MachineConfig;
 class NcFaults;
 class NcFileSystem;
+class NcProgramRunner;
 class VirtualNcPrivate;
 
 // The virtual NC of one machine folder (see the machine folder layout in
@@ -121,6 +123,13 @@ public:
     bool stopProgram(QString* why = nullptr);   // cycle stop
     bool resetProgram(QString* why = nullptr);  // reset: aborts, clears channel alarms
     bool endProgram(QString* why = nullptr);    // normal end (M30): raises the end counter
+
+    // What the program runner needs of the machine: the axes move as the
+    // program moves them (actProgPos, machine coordinates), the rates and
+    // the simulated probe come from machine.ini.
+    void setAxisPositions(const QVector<double>& positions);
+    const MachineConfig& config() const;
+    NcProgramRunner& programRunner() const;
 
     QList<Alarm> alarms() const;
     void raiseAlarm(long id, const QString& text, unsigned int kind = 1, bool channel = false);

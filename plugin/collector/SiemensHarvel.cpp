@@ -4,6 +4,7 @@
 #include "Logger.h"
 #include "MiscUtility.h"
 #include "SiemensHarvelFormIMSG.h"
+#include "SiemensHarvelFormReport.h"
 #include "SiemensNC.h"
 #include "SlGfwDialogForm.h"
 #include "ZynNetServerCallback.h"
@@ -175,9 +176,11 @@ int SiemensHarvel::SetFindSphereInputs(double sphereRadius, double probeRadius, 
 
 void SiemensHarvel::SetReportFormStatusBarText(const QString& text)
 {
-    // The report form shows the text in its status bar once it exists.
-    if (SlGfwDialogForm* form = formRef(QStringLiteral("formReport")))
+    if (SlGfwDialogForm* form = formRef(QStringLiteral("formReport"))) {
+        if (auto* report = qobject_cast<SiemensHarvelFormReport*>(form))
+            report->SetStatusBarText(text);
         releaseFormRef(form);
+    }
 }
 
 void SiemensHarvel::slotReceivedReqFile(const QString& reqFilePath)

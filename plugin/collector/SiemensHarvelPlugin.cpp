@@ -1,8 +1,11 @@
 #include "SiemensHarvelPlugin.h"
 
 #include "SiemensHarvel.h"
+#include "SiemensHarvelFormFindSphereCenter.h"
 #include "SiemensHarvelFormIMSG.h"
 #include "SiemensHarvelFormMessage.h"
+#include "SiemensHarvelFormReport.h"
+#include "SiemensHarvelFormTest.h"
 #include "SlGfwDialogCreatorV2.h"
 #include "SlGfwDialogFormCreatorV2.h"
 
@@ -18,6 +21,10 @@ SiemensHarvelPlugin::SiemensHarvelPlugin() : SlGfwPluginByMakroBaseV2(QString())
     // forms (report, test, log, log export, settings, sphere centre, file
     // browser, UGUD, work offset axes map, message, interactive message).
     registerCreator(new SlGfwDialogCreatorV2<SiemensHarvel>(QStringLiteral("SiemensHarvel")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormReport>(QStringLiteral("SiemensHarvelFormReport")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormTest>(QStringLiteral("SiemensHarvelFormTest")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormFindSphereCenter>(
+        QStringLiteral("SiemensHarvelFormFindSphereCenter")));
     registerCreator(
         new SlGfwDialogFormCreatorV2<SiemensHarvelFormMessage>(QStringLiteral("SiemensHarvelFormMessage")));
     registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormIMSG>(QStringLiteral("SiemensHarvelFormIMSG")));

@@ -6,7 +6,10 @@
 #include "SiemensAPIOperate.h"
 #include "SiemensAxisPosMonitor.h"
 #include "SiemensDialogMonitor.h"
+#include "SiemensFindSphereCenterMonitor.h"
 #include "SiemensHarvel.h"
+#include "SiemensHarvelFormFindSphereCenter.h"
+#include "SiemensHarvelFormReport.h"
 #include "SiemensInteractive.h"
 #include "SiemensStatusMonitor.h"
 #include "SiemensTmrResultMonitor.h"
@@ -38,8 +41,7 @@ CSiemensNC::CSiemensNC(const QString& applDir, SiemensHarvel* owner) : m_pOwner(
     m_pResultMonitor = new CSiemensTmrResultMonitor(m_pAPI, this);
     m_pStatusMonitor = new CSiemensStatusMonitor(m_pAPI);
     m_pDialogMonitor = new CSiemensDialogMonitor(m_pAPI, this);
-    // The sphere centre monitor comes between the dialog and the axis
-    // position monitor once its screen exists.
+    m_pSphereMonitor = new CSiemensFindSphereCenterMonitor(m_pAPI, this);
     m_pAxisPosMonitor = new CSiemensAxisPosMonitor(m_pAPI, false);
 }
 
@@ -51,6 +53,8 @@ CSiemensNC::~CSiemensNC()
     m_pStatusMonitor = nullptr;
     delete m_pDialogMonitor;
     m_pDialogMonitor = nullptr;
+    delete m_pSphereMonitor;
+    m_pSphereMonitor = nullptr;
     delete m_pAxisPosMonitor;
     m_pAxisPosMonitor = nullptr;
     delete m_pResultMonitor;
@@ -77,6 +81,8 @@ int CSiemensNC::Initialize()
         m_pStatusMonitor->Initialize();
     if (m_pDialogMonitor)
         m_pDialogMonitor->Initialize();
+    if (m_pSphereMonitor)
+        m_pSphereMonitor->Initialize();
     if (m_pAxisPosMonitor)
         m_pAxisPosMonitor->Initialize();
     if (m_pResultMonitor)
@@ -269,9 +275,14 @@ bool CSiemensNC::ProcessUploadFile(int fileType, const QString& source, QString&
 
     // The viewer may hold the report folder's file open; it lets go of it
     // for the move and shows the new one afterwards.
-    SlGfwDialogForm* reportForm = nullptr;
-    if (fileType == 2 && m_pOwner)
-        reportForm = m_pOwner->formRef(QStringLiteral("formReport"));
+    SiemensHarvelFormReport* reportForm = nullptr;
+    SlGfwDialogForm* reportRef = nullptr;
+    if (fileType == 2 && m_pOwner) {
+        reportRef = m_pOwner->formRef(QStringLiteral("formReport"));
+        reportForm = qobject_cast<SiemensHarvelFormReport*>(reportRef);
+        if (reportForm)
+            reportForm->CloseReportFile(QString());
+    }
 
     // The service moves within and into the NC; a local target may still be
     // reached by a plain move when the service will not.
@@ -283,13 +294,18 @@ bool CSiemensNC::ProcessUploadFile(int fileType, const QString& source, QString&
         errInfo = HexCode(moveCode) == QLatin1String(kNameTooLong)
                       ? QStringLiteral("File name is too long")
                       : QStringLiteral("Cannot move file %1 to folder %2 (%3)").arg(fileName, folder, HexCode(moveCode));
-        if (reportForm)
-            m_pOwner->releaseFormRef(reportForm);
+        // The report stays closed: what it showed may be gone.
+        if (reportRef)
+            m_pOwner->releaseFormRef(reportRef);
         return false;
     }
 
-    if (reportForm)
-        m_pOwner->releaseFormRef(reportForm);
+    if (reportForm) {
+        reportForm->SetStatusBarText(QStringLiteral("Received report file"));
+        reportForm->OpenReportFile(target);
+    }
+    if (reportRef)
+        m_pOwner->releaseFormRef(reportRef);
     // One report at a time: the folder keeps only the newest.
     if (fileType == 2)
         CMiscUtility::ClearExpiredFiles(folder, QStringList{QStringLiteral("*.pdf")}, 1, false);
@@ -401,6 +417,27 @@ bool CSiemensNC::ProcessIMSG(const QString& peer, unsigned long long id, int typ
     }
     errInfo = QStringLiteral("Invalid result of the message dialog");
     return false;
+}
+
+void CSiemensNC::ProcessFindSphereResult(int state, double x, double y, double z)
+{
+    if (!m_pOwner)
+        return;
+    SlGfwDialogForm* form = m_pOwner->formRef(QStringLiteral("formFindSphereCenter"));
+    if (!form)
+        return;
+    if (auto* sphereForm = qobject_cast<SiemensHarvelFormFindSphereCenter*>(form))
+        sphereForm->ShowFindSphereResult(state, x, y, z);
+    m_pOwner->releaseFormRef(form);
+
+    if (state != 2)
+        return;
+    // The operator started the run in the machine area; the centre comes
+    // to him. A screen of the area he had open stays.
+    const QString activeScreen = m_pOwner->activeScreen();
+    m_pOwner->switchToArea(QStringLiteral("Norvane"), QStringLiteral("SiemensHarvel"), QString(), false);
+    if (activeScreen.isEmpty())
+        m_pOwner->switchToScreen(QStringLiteral("screenFindSphereCenter"), QString());
 }
 
 int CSiemensNC::SetTmrFileVar(int value)

@@ -8,6 +8,7 @@
 class CSiemensAPI;
 class CSiemensAxisPosMonitor;
 class CSiemensDialogMonitor;
+class CSiemensFindSphereCenterMonitor;
 class CSiemensInteractive;
 class CSiemensStatusMonitor;
 class CSiemensTmrResultMonitor;
@@ -48,6 +49,10 @@ public:
     bool ProcessIMSG(const QString& peer, unsigned long long id, int type, int style, const QString& messageText,
                      const QString& inputName, int& clickedButton, QString& inputValue, QString& errInfo);
 
+    // The sphere centre monitor's report: the screen is brought up to date,
+    // and for a finished run (state 2) the area comes to the front.
+    void ProcessFindSphereResult(int state, double x, double y, double z);
+
     int SetTmrFileVar(int value);
     int SetFindSphereInputs(double sphereRadius, double probeRadius, int workOffset);
     void ReceivedReqFile(const QString& reqFile);
@@ -65,6 +70,7 @@ private:
     CSiemensTmrResultMonitor* m_pResultMonitor = nullptr;
     CSiemensStatusMonitor* m_pStatusMonitor = nullptr;
     CSiemensDialogMonitor* m_pDialogMonitor = nullptr;
+    CSiemensFindSphereCenterMonitor* m_pSphereMonitor = nullptr;
     CSiemensAxisPosMonitor* m_pAxisPosMonitor = nullptr;
     tagMachDef m_machDef;
     QString m_versionFile;

@@ -154,7 +154,9 @@ void TestSiemensHarvel::startsWithBannerAndConfigurationAndRegisters()
     QCOMPARE(registry->metaType("SiemensHarvel"), 2);
     QCOMPARE(registry->metaType("SiemensHarvelFormIMSG"), 16);
     QCOMPARE(registry->guiComponentClasses(), QStringList{"SiemensHarvel"});
-    QCOMPARE(registry->dialogFormClasses(), (QStringList{"SiemensHarvelFormMessage", "SiemensHarvelFormIMSG"}));
+    QCOMPARE(registry->dialogFormClasses(), (QStringList{"SiemensHarvelFormReport", "SiemensHarvelFormTest",
+                                                         "SiemensHarvelFormFindSphereCenter", "SiemensHarvelFormMessage",
+                                                         "SiemensHarvelFormIMSG"}));
     QVERIFY(registry->panelFormClasses().isEmpty() && registry->screenClasses().isEmpty()
             && registry->softkeyClasses().isEmpty() && registry->dialogBarClasses().isEmpty()
             && registry->functionBlockClasses().isEmpty());

@@ -38,6 +38,8 @@ int main(int argc, char** argv)
                       QStringLiteral("DIR"), QDir::currentPath()});
     parser.addOption({QStringLiteral("blank"),
                       QStringLiteral("Fill a new folder with the blank machine (no definitions activated).")});
+    parser.addOption({QStringLiteral("create"),
+                      QStringLiteral("Lay out a new machine folder (or check an existing one) and exit without serving.")});
     parser.process(app);
 
     const QString dir = parser.value(QStringLiteral("machine"));
@@ -48,6 +50,9 @@ int main(int argc, char** argv)
         err << "harvel-nc-host: cannot open the machine in " << dir << ": " << error << "\n";
         return 1;
     }
+    // Installers lay the machine out before they put programs into its NC.
+    if (parser.isSet(QStringLiteral("create")))
+        return nc->saveState(&error) ? 0 : (err << "harvel-nc-host: " << error << "\n", 1);
     CtlServer server;
     if (!server.listen(dir, error)) {
         err << "harvel-nc-host: " << error << "\n";
