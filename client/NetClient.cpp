@@ -34,6 +34,13 @@ std::string BaseName(const std::string& path)
     return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+// A name of a file and nothing else: no folder part, no way up.
+bool IsBareName(const std::string& name)
+{
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos
+           && name.find('\\') == std::string::npos && name.find('\0') == std::string::npos;
+}
+
 // A file appears under its name only once it is whole and on disk.
 class SafeFile
 {
@@ -405,40 +412,73 @@ int NetClient::Watch(const std::string& journalDir, const std::string& logDir, l
     auto reader = m_notifications->Subscribe(&ctx, request);
     std::unique_ptr<SafeFile> journal;
     std::unique_ptr<SafeFile> log;
+    // The log file under way: its name as sent, and whether it may be saved.
+    std::string logName;
+    bool logRefused = false;
+    bool logUnderWay = false;
     Notification n;
     long long seen = 0;
     while ((count <= 0 || seen < count) && reader->Read(&n)) {
-        if (n.has_journal() || n.has_log_file()) {
-            const bool isJournal = n.has_journal();
-            const FileChunk& chunk = isJournal ? n.journal() : n.log_file();
-            const std::string& dir = isJournal ? journalDir : logDir;
-            std::unique_ptr<SafeFile>& file = isJournal ? journal : log;
-            // A chunk's name comes from the machine: only its last part counts.
-            const std::string name = BaseName(chunk.name());
-            if (chunk.offset() == 0 && !dir.empty() && !name.empty() && name != "..")
-                file = std::make_unique<SafeFile>(dir + "/" + name);
-            if (file)
-                file->Write(chunk.data());
+        if (n.has_log_file()) {
+            const FileChunk& chunk = n.log_file();
+            if (chunk.offset() == 0) {
+                // A log file is the machine's to name, but only as a bare
+                // name: one with a folder part would write outside DIR.
+                logName = chunk.name();
+                logRefused = !IsBareName(logName);
+                logUnderWay = true;
+                log.reset();
+                if (logRefused)
+                    std::cerr << "harvel-client: log file " << Quote(logName)
+                              << " refused: not a bare file name\n";
+                else if (!logDir.empty())
+                    log = std::make_unique<SafeFile>(logDir + "/" + logName);
+                std::cout << "log-file " << logName << " " << chunk.size() << " exporting" << std::endl;
+            }
+            if (!logUnderWay)
+                continue;  // the rest of a file whose start came before we did
+            if (log)
+                log->Write(chunk.data());
             if (!chunk.last())
                 continue;
             ++seen;
-            std::cout << (isJournal ? "journal " : "log-file ") << name << " " << chunk.size();
-            const bool saved = file && file->Commit();
-            file.reset();
+            logUnderWay = false;
+            std::cout << "log-file " << logName << " " << chunk.size();
+            if (logRefused)
+                std::cout << " refused";
+            else if (log && log->Commit())
+                std::cout << " saved " << logDir << "/" << logName;
+            else if (!logDir.empty())
+                std::cout << " not-saved";
+            std::cout << std::endl;
+            log.reset();
+            continue;
+        }
+        if (n.has_journal()) {
+            const FileChunk& chunk = n.journal();
+            // A chunk's name comes from the machine: only its last part counts.
+            const std::string name = BaseName(chunk.name());
+            if (chunk.offset() == 0 && !journalDir.empty() && !name.empty() && name != "..")
+                journal = std::make_unique<SafeFile>(journalDir + "/" + name);
+            if (journal)
+                journal->Write(chunk.data());
+            if (!chunk.last())
+                continue;
+            ++seen;
+            std::cout << "journal " << name << " " << chunk.size();
+            const bool saved = journal && journal->Commit();
+            journal.reset();
             if (saved) {
-                std::cout << " saved " << dir << "/" << name;
-                if (isJournal) {
-                    // Only a journal that is safely on disk may leave the machine.
-                    grpc::ClientContext ackCtx;
-                    Prepare(ackCtx, false);
-                    AcknowledgeJournalRequest ack;
-                    ack.set_name(chunk.name());
-                    AcknowledgeJournalReply known;
-                    const grpc::Status status =
-                        m_notifications->AcknowledgeJournal(&ackCtx, ack, &known);
-                    std::cout << (status.ok() ? " acknowledged" : " not-acknowledged");
-                }
-            } else if (!dir.empty()) {
+                std::cout << " saved " << journalDir << "/" << name;
+                // Only a journal that is safely on disk may leave the machine.
+                grpc::ClientContext ackCtx;
+                Prepare(ackCtx, false);
+                AcknowledgeJournalRequest ack;
+                ack.set_name(chunk.name());
+                AcknowledgeJournalReply known;
+                const grpc::Status status = m_notifications->AcknowledgeJournal(&ackCtx, ack, &known);
+                std::cout << (status.ok() ? " acknowledged" : " not-acknowledged");
+            } else if (!journalDir.empty()) {
                 std::cout << " not-saved";
             }
             std::cout << std::endl;
@@ -463,6 +503,10 @@ int NetClient::Watch(const std::string& journalDir, const std::string& logDir, l
         }
         std::cout << std::endl;
     }
+    // A log file cut off by the end of the stream is not on disk: its part
+    // goes with the SafeFile.
+    if (logUnderWay)
+        std::cout << "log-file " << logName << " " << (logRefused ? "refused" : "not-saved") << std::endl;
     if (count > 0 && seen >= count) {
         ctx.TryCancel();
         reader->Finish();

@@ -1,6 +1,7 @@
 #include "HmiControl.h"
 
 #include "HmiFramework.h"
+#include "HmiScreenCommands.h"
 #include "HmiWidgetAccess.h"
 #include "HmiWindow.h"
 #include "SlGfwAreaConfig.h"
@@ -33,6 +34,7 @@ HmiControl::HmiControl(HmiFramework* framework, HmiWindow* window)
     m_table.add(QStringLiteral("area"), QStringLiteral("area NAME"), bind(&HmiControl::doArea));
     m_table.add(QStringLiteral("areas"), QStringLiteral("areas"), bindConst(&HmiControl::doAreas));
     m_widgets.registerWith(m_table);
+    HmiScreenCommands::registerWith(m_table, [this] { return m_framework->currentDialog(); });
 }
 
 void HmiControl::registerWith(CtlServer* server)

@@ -21,6 +21,7 @@ static void usage(QTextStream& err)
            "  hmi click NAME | hmi check NAME on|off | hmi choose NAME TEXT\n"
            "  hmi cell NAME ROW COL [--check on|off | --choose TEXT | --text TEXT]\n"
            "  hmi tree NAME expand|collapse|select|activate PATH\n"
+           "  hmi open SCREEN [PROPERTIES]\n"
            "  quit (ends harvel-hmi in order)\n"
            "DIR defaults to the current folder.\n";
 }

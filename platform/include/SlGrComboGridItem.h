@@ -5,7 +5,8 @@
 
 // A grid cell that offers a choice from a list; the cell shows the
 // current entry and opens a combo box when edited. A change of the
-// current entry makes the grid emit valueChanged for the cell.
+// current entry by the operator makes the grid emit valueChanged for the
+// cell; one set by code does not.
 class SlGrComboGridItem : public QTableWidgetItem
 {
 public:

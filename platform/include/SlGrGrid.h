@@ -10,6 +10,11 @@
 // SlGrComboGridItem. Colours go by palette: one per column, and one per
 // cell over it; a cell's palette gives its background (Base) and its text
 // colour (Text).
+//
+// valueChanged means an operator's edit: a text typed into a cell, an
+// entry chosen in a combo cell, a tick given or taken. A form fills its
+// grid by code without hearing its own changes back, so a handler of the
+// operator's edits cannot overwrite what the form has just put in.
 class SlGrGrid : public QTableWidget
 {
     Q_OBJECT
@@ -52,10 +57,14 @@ signals:
     void currentChanged(int row, int column);
 
 private:
+    friend class SlGrGridDelegate;
+
     QHash<int, QPalette> m_columnPalettes;
     QHash<int, Qt::Alignment> m_columnAlignments;
     int m_selection = SingleCell;
     int m_columnDistance = 0;
     int m_rowDistance = 0;
-    bool m_internalChange = false;
+    // Above 0 while the cell editor or a click of the operator writes into
+    // the model; the changes made meanwhile are the operator's.
+    int m_operatorEdit = 0;
 };

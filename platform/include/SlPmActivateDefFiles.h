@@ -39,5 +39,7 @@ signals:
     void JobCompleted(const QVector<long>& errCodes, const QStringList& errDatas, bool bCanceled);
 
 private:
+    void emitCanceled(long code);
+
     bool m_busy = false;
 };

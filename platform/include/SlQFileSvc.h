@@ -36,6 +36,7 @@ public:
     long init();
     long fini();
 
+    // A folder as to copies the file into it under the source's name.
     long copyFile(const QString& from, const QString& to, bool overwrite = true);
     long moveFile(const QString& from, const QString& to, bool overwrite = true);
     long remove(const QString& path);

@@ -15,7 +15,7 @@ SlGrGrid::SlGrGrid(int rows, int columns, QWidget* parent, const QString& name) 
     setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::SelectedClicked |
                     QAbstractItemView::EditKeyPressed);
     connect(this, &QTableWidget::itemChanged, this, [this](QTableWidgetItem* item) {
-        if (!m_internalChange)
+        if (m_operatorEdit > 0)
             emit valueChanged(item->row(), item->column());
     });
     connect(this, &QTableWidget::currentCellChanged, this,
@@ -85,10 +85,7 @@ void SlGrGrid::setCellColorPalette(int row, int column, const QPalette& palette)
         it = new QTableWidgetItem;
         setItem(row, column, it);
     }
-    // A colour is no value the operator changed.
-    m_internalChange = true;
     it->setData(CellPaletteRole, QVariant::fromValue(palette));
-    m_internalChange = false;
 }
 
 void SlGrGrid::setColumnAlignment(int column, Qt::Alignment alignment)

@@ -5,7 +5,8 @@
 class SlGrGrid;
 
 // Paints an SlGrGrid's cells in their palettes and alignments, and edits
-// combo cells with a combo box.
+// combo cells with a combo box. What it writes into the grid is the
+// operator's doing, and only that makes the grid emit valueChanged.
 class SlGrGridDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -16,6 +17,8 @@ public:
     void setEditorData(QWidget* editor, const QModelIndex& index) const override;
     void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
+                     const QModelIndex& index) override;
 
 protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override;

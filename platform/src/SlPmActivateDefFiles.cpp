@@ -20,15 +20,18 @@ bool SlPmActivateDefFiles::CheckForDefinitionFiles(const QStringList& files)
     VirtualNc* nc = VirtualNc::current();
     if (m_busy || files.isEmpty() || !nc)
         return false;
-    long code = 0;
-    int delay = 0;
-    nc->faults().match(QStringLiteral("check-def"), files, code, delay);
+    NcFaults::Rule fault;
+    nc->faults().match(QStringLiteral("check-def"), files, fault);
     m_busy = true;
-    QTimer::singleShot(delay, this, [this, files, code] {
+    QTimer::singleShot(fault.delayMs, this, [this, files, fault] {
         m_busy = false;
         VirtualNc* nc = VirtualNc::current();
-        if (code != 0 || !nc) {
-            emit JobCompleted({code ? code : long(E_UNREADABLE)}, {QStringLiteral("the check of the definition files failed")}, false);
+        if (fault.outcome == NcFaults::JobOutcome::Canceled) {
+            emitCanceled(fault.code);
+            return;
+        }
+        if (fault.code != 0 || !nc) {
+            emit JobCompleted({fault.code ? fault.code : long(E_UNREADABLE)}, {QStringLiteral("the check of the definition files failed")}, false);
             return;
         }
         QStringList toActivate;
@@ -44,6 +47,8 @@ bool SlPmActivateDefFiles::CheckForDefinitionFiles(const QStringList& files)
             if (!vars.isEmpty())
                 existing << QStringLiteral("%1: %2").arg(name, vars.join(QLatin1Char(',')));
         }
+        if (fault.outcome == NcFaults::JobOutcome::EmptyList)
+            toActivate.clear();
         emit JobData(toActivate, existing.join(QLatin1Char('\n')));
     });
     return true;
@@ -54,15 +59,18 @@ bool SlPmActivateDefFiles::ActivateDefinitionFiles(const QStringList& files, int
     VirtualNc* nc = VirtualNc::current();
     if (m_busy || files.isEmpty() || !nc)
         return false;
-    long code = 0;
-    int delay = 0;
-    nc->faults().match(QStringLiteral("activate-def"), files, code, delay);
+    NcFaults::Rule fault;
+    nc->faults().match(QStringLiteral("activate-def"), files, fault);
     m_busy = true;
-    QTimer::singleShot(delay, this, [this, files, mode, code] {
+    QTimer::singleShot(fault.delayMs, this, [this, files, mode, fault] {
         m_busy = false;
         VirtualNc* nc = VirtualNc::current();
-        if (code != 0 || !nc) {
-            emit JobCompleted({code ? code : long(E_UNREADABLE)}, {QStringLiteral("the activation could not run")}, false);
+        if (fault.outcome == NcFaults::JobOutcome::Canceled) {
+            emitCanceled(fault.code);
+            return;
+        }
+        if (fault.code != 0 || !nc) {
+            emit JobCompleted({fault.code ? fault.code : long(E_UNREADABLE)}, {QStringLiteral("the activation could not run")}, false);
             return;
         }
         QStringList texts;
@@ -70,4 +78,16 @@ bool SlPmActivateDefFiles::ActivateDefinitionFiles(const QStringList& files, int
         emit JobCompleted(codes, texts, false);
     });
     return true;
+}
+
+void SlPmActivateDefFiles::emitCanceled(long code)
+{
+    // The operator's cancel of the job's query: nothing was changed.
+    QVector<long> codes;
+    QStringList texts;
+    if (code != 0) {
+        codes << code;
+        texts << QStringLiteral("the job was cancelled");
+    }
+    emit JobCompleted(codes, texts, true);
 }

@@ -196,16 +196,20 @@ CtlResult fault(VirtualNc& nc, QStringList args)
     if (args.size() == 1 && args[0] == QLatin1String("list")) {
         QStringList lines;
         for (const NcFaults::Rule& r : nc.faults().rules())
-            lines << QStringLiteral("%1 %2 --code %3 --delay %4 --times %5")
-                         .arg(r.op, r.pattern, hex(r.code)).arg(r.delayMs).arg(r.remaining);
+            lines << QStringLiteral("%1 %2 --code %3 --delay %4 --times %5%6")
+                         .arg(r.op, r.pattern, hex(r.code)).arg(r.delayMs).arg(r.remaining)
+                         .arg(r.outcome == NcFaults::JobOutcome::AsCoded
+                                  ? QString()
+                                  : QStringLiteral(" --") + NcFaults::outcomeName(r.outcome));
         return CtlResult::ok(lines.join(QLatin1Char('\n')));
     }
     QHash<QString, QString> opts;
     QString error;
-    if (!takeOptions(args, {QStringLiteral("--code"), QStringLiteral("--delay"), QStringLiteral("--times")}, {}, opts, error))
+    if (!takeOptions(args, {QStringLiteral("--code"), QStringLiteral("--delay"), QStringLiteral("--times")},
+                     {QStringLiteral("--cancel"), QStringLiteral("--empty")}, opts, error))
         return usageError(error);
     if (args.size() != 2)
-        return usageError(QStringLiteral("fault OP PATTERN [--code CODE] [--delay MS] [--times N]"));
+        return usageError(QStringLiteral("fault OP PATTERN [--code CODE] [--delay MS] [--times N] [--cancel|--empty]"));
     NcFaults::Rule r;
     r.op = args[0];
     r.pattern = args[1];
@@ -224,8 +228,22 @@ CtlResult fault(VirtualNc& nc, QStringList args)
         if (!ok || r.remaining < 1)
             return usageError(QStringLiteral("--times wants a positive number"));
     }
-    if (r.code == 0 && r.delayMs == 0)
-        return usageError(QStringLiteral("a fault needs --code, --delay or both"));
+    // The activation's jobs can also end without an error: cancelled (the
+    // check or the activation), or a check that finds nothing to activate.
+    const bool cancel = opts.contains(QStringLiteral("--cancel"));
+    const bool empty = opts.contains(QStringLiteral("--empty"));
+    if (cancel && empty)
+        return usageError(QStringLiteral("--cancel and --empty exclude each other"));
+    if (cancel && r.op != QLatin1String("check-def") && r.op != QLatin1String("activate-def"))
+        return usageError(QStringLiteral("--cancel is for check-def and activate-def"));
+    if (empty && r.op != QLatin1String("check-def"))
+        return usageError(QStringLiteral("--empty is for check-def"));
+    if (cancel)
+        r.outcome = NcFaults::JobOutcome::Canceled;
+    else if (empty)
+        r.outcome = NcFaults::JobOutcome::EmptyList;
+    if (r.code == 0 && r.delayMs == 0 && r.outcome == NcFaults::JobOutcome::AsCoded)
+        return usageError(QStringLiteral("a fault needs --code, --delay, --cancel or --empty"));
     nc.faults().add(r);
     return CtlResult::ok();
 }
@@ -242,7 +260,8 @@ QString NcControl::usage()
         "  nc alarm raise ID TEXT [--kind K] [--channel] | nc alarm clear ID | nc alarm list\n"
         "  nc usb mount|unmount NAME | nc usb list\n"
         "  nc activate-def NCPATH... [--mode M]\n"
-        "  nc fault OP PATTERN [--code CODE] [--delay MS] [--times N] | nc fault clear | nc fault list");
+        "  nc fault OP PATTERN [--code CODE] [--delay MS] [--times N] [--cancel|--empty] | nc fault clear |\n"
+        "    nc fault list   (--cancel: check-def or activate-def ends cancelled; --empty: check-def finds no file)");
 }
 
 CtlResult NcControl::run(VirtualNc& nc, const QStringList& args)

@@ -82,7 +82,26 @@ bool NcFaults::match(const QString& op, const QString& subject, long& code, int&
     return match(op, QStringList{subject}, code, delayMs);
 }
 
+QString NcFaults::outcomeName(JobOutcome outcome)
+{
+    switch (outcome) {
+    case JobOutcome::Canceled: return QStringLiteral("cancel");
+    case JobOutcome::EmptyList: return QStringLiteral("empty");
+    default: return QString();
+    }
+}
+
 bool NcFaults::match(const QString& op, const QStringList& subjects, long& code, int& delayMs)
+{
+    Rule applied;
+    if (!match(op, subjects, applied))
+        return false;
+    code = applied.code;
+    delayMs = applied.delayMs;
+    return true;
+}
+
+bool NcFaults::match(const QString& op, const QStringList& subjects, Rule& applied)
 {
     QMutexLocker lock(&m_mutex);
     if (m_rules.isEmpty())
@@ -96,8 +115,7 @@ bool NcFaults::match(const QString& op, const QStringList& subjects, long& code,
             hit = hit || patternMatches(r.pattern, s);
         if (!hit)
             continue;
-        code = r.code;
-        delayMs = r.delayMs;
+        applied = r;
         if (r.remaining > 0 && --r.remaining == 0)
             m_rules.removeAt(i);
         return true;

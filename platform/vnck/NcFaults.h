@@ -14,9 +14,19 @@
 // Operations: read, write, advise (group "var"); copy, move, remove,
 // create-file, create-folder, exist, is-nc, logical-path, real-path, select,
 // list, list-async, init (group "file"); pi; check-def, activate-def; "*".
+//
+// The jobs of the definition file activation (check-def, activate-def) can
+// also end as the operator or the NC ends them without an error code: a
+// job cancelled, or a check that finds no file to activate.
 class NcFaults
 {
 public:
+    enum class JobOutcome {
+        AsCoded,   // fails with the code, or runs when the code is 0
+        Canceled,  // JobCompleted with bCanceled, the code (if any) as its one error
+        EmptyList  // the check's JobData names no file
+    };
+
     struct Rule
     {
         QString op;
@@ -24,7 +34,10 @@ public:
         long code = 0;       // 0: the operation succeeds, only later
         int delayMs = 0;
         int remaining = -1;  // how many more times it applies; -1 for ever
+        JobOutcome outcome = JobOutcome::AsCoded;
     };
+
+    static QString outcomeName(JobOutcome outcome);
 
     static QStringList knownOps();
     static bool isKnownOp(const QString& op);
@@ -36,6 +49,8 @@ public:
     // The first rule that applies to op on subject; counts it down.
     bool match(const QString& op, const QString& subject, long& code, int& delayMs);
     bool match(const QString& op, const QStringList& subjects, long& code, int& delayMs);
+    // The same, with the whole rule that applied.
+    bool match(const QString& op, const QStringList& subjects, Rule& applied);
     // match, then waits the delay on the calling thread; returns the code.
     long apply(const QString& op, const QString& subject);
     long apply(const QString& op, const QStringList& subjects);

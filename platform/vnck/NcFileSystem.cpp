@@ -208,7 +208,7 @@ QStringList NcFileSystem::mountedUsb() const
 long NcFileSystem::copy(const QString& from, const QString& to, bool overwrite) const
 {
     const Location src = locate(from);
-    const Location dst = locate(to);
+    Location dst = locate(to);
     if (src.error)
         return src.error;
     if (dst.error)
@@ -218,6 +218,13 @@ long NcFileSystem::copy(const QString& from, const QString& to, bool overwrite) 
         return SlQFileSvc::E_NOT_FOUND;
     if (si.isDir())
         return SlQFileSvc::E_IS_A_FOLDER;
+    // A folder as the target takes the file under its own name, as the
+    // service does when a file is dropped on a folder.
+    if (QFileInfo(dst.real).isDir()) {
+        dst = locate(dst.logical + QLatin1Char('/') + si.fileName());
+        if (dst.error)
+            return dst.error;
+    }
     if (const long e = checkNewName(dst))
         return e;
     const QFileInfo di(dst.real);

@@ -4,6 +4,7 @@
 #include "Logger.h"
 #include "MiscUtility.h"
 #include "SiemensHarvelFormIMSG.h"
+#include "SiemensHarvelFormLog.h"
 #include "SiemensHarvelFormReport.h"
 #include "SiemensNC.h"
 #include "SlGfwDialogForm.h"
@@ -302,8 +303,11 @@ void SiemensHarvel::slotClientAction(const QString& peer, const QString& callMet
 void SiemensHarvel::slotGetLogFiles(const QString& peer, const QString& logFileName, int sendState)
 {
     // The log form shows the progress of an export to a net client.
-    if (SlGfwDialogForm* form = formRef(QStringLiteral("formLog")))
+    if (SlGfwDialogForm* form = formRef(QStringLiteral("formLog"))) {
+        if (auto* logForm = qobject_cast<SiemensHarvelFormLog*>(form))
+            logForm->SetStatusBarText4Export(logFileName, 1, peer, sendState, 0);
         releaseFormRef(form);
+    }
 }
 
 void SiemensHarvel::slotGetMachineConfiguration(const QString& peer, QString& fileContent, bool& isOK,

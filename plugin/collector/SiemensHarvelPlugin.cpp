@@ -1,11 +1,17 @@
 #include "SiemensHarvelPlugin.h"
 
 #include "SiemensHarvel.h"
+#include "SiemensHarvelFormFileBrowser.h"
 #include "SiemensHarvelFormFindSphereCenter.h"
 #include "SiemensHarvelFormIMSG.h"
+#include "SiemensHarvelFormLog.h"
+#include "SiemensHarvelFormLogExport.h"
 #include "SiemensHarvelFormMessage.h"
 #include "SiemensHarvelFormReport.h"
+#include "SiemensHarvelFormSettings.h"
 #include "SiemensHarvelFormTest.h"
+#include "SiemensHarvelFormUGUD.h"
+#include "SiemensHarvelFormWofsMap.h"
 #include "SlGfwDialogCreatorV2.h"
 #include "SlGfwDialogFormCreatorV2.h"
 
@@ -23,8 +29,18 @@ SiemensHarvelPlugin::SiemensHarvelPlugin() : SlGfwPluginByMakroBaseV2(QString())
     registerCreator(new SlGfwDialogCreatorV2<SiemensHarvel>(QStringLiteral("SiemensHarvel")));
     registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormReport>(QStringLiteral("SiemensHarvelFormReport")));
     registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormTest>(QStringLiteral("SiemensHarvelFormTest")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormLog>(QStringLiteral("SiemensHarvelFormLog")));
+    registerCreator(
+        new SlGfwDialogFormCreatorV2<SiemensHarvelFormLogExport>(QStringLiteral("SiemensHarvelFormLogExport")));
+    registerCreator(
+        new SlGfwDialogFormCreatorV2<SiemensHarvelFormSettings>(QStringLiteral("SiemensHarvelFormSettings")));
     registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormFindSphereCenter>(
         QStringLiteral("SiemensHarvelFormFindSphereCenter")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormFileBrowser>(
+        QStringLiteral("SiemensHarvelFormFileBrowser")));
+    registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormUGUD>(QStringLiteral("SiemensHarvelFormUGUD")));
+    registerCreator(
+        new SlGfwDialogFormCreatorV2<SiemensHarvelFormWofsMap>(QStringLiteral("SiemensHarvelFormWofsMap")));
     registerCreator(
         new SlGfwDialogFormCreatorV2<SiemensHarvelFormMessage>(QStringLiteral("SiemensHarvelFormMessage")));
     registerCreator(new SlGfwDialogFormCreatorV2<SiemensHarvelFormIMSG>(QStringLiteral("SiemensHarvelFormIMSG")));

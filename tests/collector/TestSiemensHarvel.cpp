@@ -152,11 +152,7 @@ void TestSiemensHarvel::startsWithBannerAndConfigurationAndRegisters()
     auto* registry = dynamic_cast<SlGfwPluginByMakroBaseV2*>(plugin.data());
     QVERIFY(registry);
     QCOMPARE(registry->metaType("SiemensHarvel"), 2);
-    QCOMPARE(registry->metaType("SiemensHarvelFormIMSG"), 16);
     QCOMPARE(registry->guiComponentClasses(), QStringList{"SiemensHarvel"});
-    QCOMPARE(registry->dialogFormClasses(), (QStringList{"SiemensHarvelFormReport", "SiemensHarvelFormTest",
-                                                         "SiemensHarvelFormFindSphereCenter", "SiemensHarvelFormMessage",
-                                                         "SiemensHarvelFormIMSG"}));
     QVERIFY(registry->panelFormClasses().isEmpty() && registry->screenClasses().isEmpty()
             && registry->softkeyClasses().isEmpty() && registry->dialogBarClasses().isEmpty()
             && registry->functionBlockClasses().isEmpty());

@@ -1,37 +1,28 @@
 // The HMI framework stand-in with the test plug-in loaded as harvel-hmi
 // loads plug-ins: creation by class name, property strings, modal screens,
-// soft keys, form references and area switching; the whole machine hosted
-// in this process; and the platform widgets the forms build on.
+// soft keys, form references and area switching; and the whole machine
+// hosted in this process.
 #include "HmiFramework.h"
 #include "HmiHost.h"
 #include "HmiPluginLibrary.h"
 #include "HmiSystemConfig.h"
 #include "HmiWindow.h"
 #include "SlGfwAreaConfig.h"
-#include "SlGfwBaseForm.h"
 #include "SlGfwDialogForm.h"
 #include "SlGfwHmiDialog.h"
-#include "SlGfwLineEdit.h"
 #include "SlGfwPluginByMakroBaseV2.h"
 #include "SlGfwPropertyString.h"
 #include "SlGfwScreen.h"
 #include "SlGfwSoftkey.h"
-#include "SlGrCheckGridItem.h"
-#include "SlGrComboGridItem.h"
-#include "SlGrGrid.h"
 #include "TestAreaDialog.h"
 #include "TestMainForm.h"
 #include "TestModalForm.h"
-#include "XpdfWidget.h"
 
 #include <QDir>
 #include <QFile>
-#include <QIcon>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QPainter>
-#include <QPdfWriter>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -81,10 +72,6 @@ private slots:
     void areaSwitching();
     void configurations();
     void startsWhatItCanAndReportsTheRest();
-    void gridCellsPalettesAndSignals();
-    void lineEditAndFormBars();
-    void pdfZoom();
-    void imagesAreFoundOnTheCardFirst();
 
 private:
     TestMainForm* mainForm() { return qobject_cast<TestMainForm*>(m_dialog->existingForm("formMain")); }
@@ -478,169 +465,6 @@ void TestHmiFramework::startsWhatItCanAndReportsTheRest()
     QVERIFY(!host.framework());
     QVERIFY(!QFile::exists(CtlServer::socketPath(machine.path())));
     host.shutdown();
-}
-
-void TestHmiFramework::gridCellsPalettesAndSignals()
-{
-    SlGrGrid grid(0, 4, nullptr, "grid");
-    QCOMPARE(grid.appendRow(), 0);
-    QCOMPARE(grid.appendRow(), 1);
-    grid.setText(1, 2, "path");
-    QCOMPARE(grid.text(1, 2), QStringLiteral("path"));
-    grid.setText(5, 0, "outside"); // no row 5: nothing happens
-    QCOMPARE(grid.rowCount(), 2);
-
-    auto* check = new SlGrCheckGridItem(QString(), true);
-    auto* combo = new SlGrComboGridItem({QString(), "X1", "Y1"});
-    grid.setItem(0, 0, check);
-    grid.setItem(0, 1, combo);
-    QSignalSpy values(&grid, &SlGrGrid::valueChanged);
-
-    check->setChecked(false);
-    QCOMPARE(values.count(), 1);
-    QCOMPARE(values.takeFirst(), QVariantList({0, 0}));
-    check->setChecked(false); // no change, no signal
-    QCOMPARE(values.count(), 0);
-
-    combo->setCurrentIndex(2);
-    QCOMPARE(values.count(), 1);
-    QCOMPARE(values.takeFirst(), QVariantList({0, 1}));
-    QCOMPARE(combo->currentText(), QStringLiteral("Y1"));
-    QCOMPARE(grid.text(0, 1), QStringLiteral("Y1"));
-    combo->setCurrentIndex(7); // out of range: kept
-    QCOMPARE(combo->currentIndex(), 2);
-    // An editor hands back the chosen text.
-    combo->setData(Qt::EditRole, "X1");
-    QCOMPARE(combo->currentIndex(), 1);
-
-    QSignalSpy current(&grid, &SlGrGrid::currentChanged);
-    grid.setCurrentCell(1, 2);
-    QCOMPARE(current.count(), 1);
-    QCOMPARE(current.takeFirst(), QVariantList({1, 2}));
-
-    grid.removeRow(0);
-    QCOMPARE(grid.rowCount(), 1);
-    grid.appendRow();
-
-    grid.setText(0, 0, "1");
-    grid.setText(0, 3, "DEF NCK INT TMR_FILE");
-    QPalette grey = grid.palette();
-    grey.setColor(QPalette::Base, Qt::lightGray);
-    grid.setColumnColorPalette(0, grey);
-    QCOMPARE(grid.getCellColorPalette(0, 0).color(QPalette::Base), QColor(Qt::lightGray));
-    QCOMPARE(grid.getCellColorPalette(1, 0).color(QPalette::Base), QColor(Qt::lightGray));
-    QCOMPARE(grid.getCellColorPalette(0, 3).color(QPalette::Base), grid.palette().color(QPalette::Base));
-
-    // A colour is no value: setting it must not look like an edit.
-    values.clear();
-    QPalette p = grid.getCellColorPalette(0, 3);
-    for (auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
-        p.setColor(group, QPalette::Text, Qt::darkGreen);
-    grid.setCellColorPalette(0, 3, p);
-    QCOMPARE(values.count(), 0);
-    QCOMPARE(grid.getCellColorPalette(0, 3).color(QPalette::Inactive, QPalette::Text), QColor(Qt::darkGreen));
-    QCOMPARE(grid.getCellColorPalette(1, 3).color(QPalette::Text), grid.palette().color(QPalette::Text));
-
-    grid.setSelectionMode(SlGrGrid::SingleRow);
-    QCOMPARE(grid.selectionBehavior(), QAbstractItemView::SelectRows);
-    grid.setSelectionMode(SlGrGrid::NoSelection);
-    QCOMPARE(grid.QTableWidget::selectionMode(), QAbstractItemView::NoSelection);
-}
-
-void TestHmiFramework::lineEditAndFormBars()
-{
-    SlGfwLineEdit edit;
-    QSignalSpy spy(&edit, qOverload<const QString&, QWidget*>(&SlGfwLineEdit::textChanged));
-    edit.setValue(12.5);
-    QCOMPARE(edit.displayText(), QStringLiteral("12.5"));
-    edit.setValue(QStringLiteral("G54"));
-    QCOMPARE(spy.count(), 2);
-    QCOMPARE(spy.last().at(0).toString(), QStringLiteral("G54"));
-    QCOMPARE(spy.last().at(1).value<QWidget*>(), &edit);
-
-    SlGfwDialogForm form(nullptr, "formX");
-    QSignalSpy status(&form, &SlGfwDialogForm::statusBarChanged);
-    form.setStatusBarElementCount(2);
-    form.setStatusBarElementAlignment(2, 1);
-    form.setStatusBarElementText("right", 1);
-    QCOMPARE(form.statusBarElementAlignment(1), Qt::Alignment(Qt::AlignRight));
-    QCOMPARE(form.statusBarElementText(1), QStringLiteral("right"));
-    // A text beyond the count is kept rather than lost.
-    form.setStatusBarElementText("third", 2);
-    QCOMPARE(form.statusBarElementCount(), 3);
-    QCOMPARE(status.count(), 4);
-    form.setCaptionBarElementAlignment(Qt::AlignCenter, 5); // no element 5: ignored
-    QCOMPARE(form.captionBarElementCount(), 1);
-}
-
-void TestHmiFramework::pdfZoom()
-{
-    QTemporaryDir dir;
-    const QString pdf = dir.filePath("report.pdf");
-    {
-        QPdfWriter writer(pdf);
-        writer.setPageSize(QPageSize(QPageSize::A4));
-        QPainter painter(&writer);
-        painter.drawText(QPointF(100, 100), "Report");
-        writer.newPage();
-        painter.drawText(QPointF(100, 100), "Page 2");
-    }
-    XpdfWidget view(Qt::white, Qt::gray, false);
-    view.resize(800, 600);
-    view.show();
-    view.init(QString());
-    view.setZoom(XpdfWidget::zoomToWidth);
-    QVERIFY(view.getFileName().isEmpty());
-    QVERIFY(view.loadFile(dir.filePath("missing.pdf"), QString()) != XpdfWidget::pdfOk);
-    QVERIFY(view.getFileName().isEmpty());
-
-    QCOMPARE(view.loadFile(pdf, QString()), int(XpdfWidget::pdfOk));
-    QCOMPARE(view.getFileName(), pdf);
-    QCOMPARE(view.getNumPages(), 2);
-    // Fit to width: the page (595 pt wide) fills the view's width.
-    const double wide = view.getZoomPercent();
-    QVERIFY2(wide > 100.0 && wide < 800.0 * 100.0 / 595.0, qPrintable(QString::number(wide)));
-    view.resize(500, 600);
-    QVERIFY(view.getZoomPercent() < wide);
-    QCOMPARE(view.getZoom(), XpdfWidget::zoomToWidth);
-
-    view.setZoom(view.getZoomPercent() * 1.15);
-    QVERIFY(view.getZoom() > 0);
-
-    view.closeFile();
-    QVERIFY(view.getFileName().isEmpty());
-    QCOMPARE(view.getNumPages(), 0);
-}
-
-void TestHmiFramework::imagesAreFoundOnTheCardFirst()
-{
-    QString path;
-    QVERIFY(!SlGfwBaseForm::searchImageFile("no_such_image.png", path, true));
-    // The file views' icons exist even on an empty card, and they differ.
-    QVERIFY(SlGfwBaseForm::searchImageFile("fv_folder_closed.png", path, true));
-    QIcon closed;
-    closed.addFile(path);
-    QVERIFY(SlGfwBaseForm::searchImageFile("fv_folder_opened.png", path, true));
-    QIcon opened;
-    opened.addFile(path);
-    QVERIFY(!closed.isNull() && !opened.isNull());
-    QVERIFY(closed.cacheKey() != opened.cacheKey());
-
-    QTemporaryDir card;
-    QVERIFY(QDir().mkpath(card.filePath("oem/ico1024")));
-    QVERIFY(QDir().mkpath(card.filePath("user")));
-    QImage(8, 8, QImage::Format_ARGB32).save(card.filePath("oem/ico1024/fv_file.png"));
-    QImage(8, 8, QImage::Format_ARGB32).save(card.filePath("user/fv_file.png"));
-    SlGfwBaseForm::setImageSearchPaths({card.filePath("user"), card.filePath("oem")});
-    QVERIFY(SlGfwBaseForm::searchImageFile("fv_file.png", path, true));
-    QCOMPARE(path, card.filePath(QStringLiteral("user/fv_file.png")));
-    QVERIFY(QFile::remove(path));
-    QVERIFY(SlGfwBaseForm::searchImageFile("fv_file.png", path, true));
-    QCOMPARE(path, card.filePath(QStringLiteral("oem/ico1024/fv_file.png")));
-    // Without the resolution folders only the folder itself counts.
-    QVERIFY(SlGfwBaseForm::searchImageFile("fv_file.png", path, false));
-    QVERIFY(path.startsWith(QLatin1Char(':')));
-    SlGfwBaseForm::setImageSearchPaths({});
 }
 
 QTEST_MAIN(TestHmiFramework)

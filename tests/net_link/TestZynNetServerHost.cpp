@@ -238,7 +238,10 @@ void TestZynNetServerHost::notificationsReachASubscriber()
                                   .isEmpty(),
                              20000);
 
-    QCOMPARE(lines.filter(QStringLiteral("log-file SiemensHarvel.log")).size(), 1);
+    // The client tells the start of the file and its end.
+    const QStringList logLines = lines.filter(QStringLiteral("log-file SiemensHarvel.log"));
+    QCOMPARE(logLines.size(), 2);
+    QVERIFY2(logLines.first().endsWith(QStringLiteral(" exporting")), qPrintable(logLines.first()));
     // Progress of the log file: exporting, then done, for that peer.
     QTRY_VERIFY_WITH_TIMEOUT(m_receiver.logFileStates.filter(subscriber).size() >= 2, 20000);
     const QStringList states = m_receiver.logFileStates.filter(subscriber);
