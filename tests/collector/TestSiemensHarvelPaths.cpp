@@ -8,40 +8,24 @@ class TestSiemensHarvelPaths : public QObject
     Q_OBJECT
 
 private slots:
-    void pathsFromTheLibrary_data();
-    void pathsFromTheLibrary();
+    void pathsFromTheLibrary()
+    {
+        // Nothing known of the library: the NCU's installation folder; installed
+        // there, the two agree; elsewhere the configuration belongs beside the
+        // application folder, whatever its name.
+        const QList<QStringList> rows{
+            {"", "/card/oem/sinumerik/hmi/NorvaneZYN/appl", "/card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI"},
+            {"/card/oem/sinumerik/hmi/NorvaneZYN/appl/libsiemensharvel.so", "/card/oem/sinumerik/hmi/NorvaneZYN/appl",
+             "/card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI"},
+            {"/m/card/oem/sinumerik/hmi/Other/bin/libsiemensharvel.so", "/m/card/oem/sinumerik/hmi/Other/bin",
+             "/m/card/oem/sinumerik/hmi/Other/cfg/TMRNC.INI"}};
+        for (const QStringList& row : rows) {
+            QString applDir, cfgFile;
+            SiemensHarvel::GetPaths(row[0].isEmpty() ? QString() : row[0], applDir, cfgFile);
+            QCOMPARE((QStringList{row[0], applDir, cfgFile}), row);
+        }
+    }
 };
-
-void TestSiemensHarvelPaths::pathsFromTheLibrary_data()
-{
-    QTest::addColumn<QString>("libFile");
-    QTest::addColumn<QString>("applDir");
-    QTest::addColumn<QString>("cfgFile");
-
-    // Nothing known of the library: the NCU's installation folder.
-    QTest::newRow("fall-back") << QString() << QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/appl")
-                               << QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI");
-    // Installed where the fall-back points, the two agree.
-    QTest::newRow("ncu") << QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/appl/libsiemensharvel.so")
-                         << QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/appl")
-                         << QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI");
-    // The configuration belongs beside the application folder, whatever its name.
-    QTest::newRow("elsewhere") << QStringLiteral("/m/card/oem/sinumerik/hmi/Other/bin/libsiemensharvel.so")
-                               << QStringLiteral("/m/card/oem/sinumerik/hmi/Other/bin")
-                               << QStringLiteral("/m/card/oem/sinumerik/hmi/Other/cfg/TMRNC.INI");
-}
-
-void TestSiemensHarvelPaths::pathsFromTheLibrary()
-{
-    QFETCH(QString, libFile);
-    QFETCH(QString, applDir);
-    QFETCH(QString, cfgFile);
-    QString derivedApplDir;
-    QString derivedCfgFile;
-    SiemensHarvel::GetPaths(libFile, derivedApplDir, derivedCfgFile);
-    QCOMPARE(derivedApplDir, applDir);
-    QCOMPARE(derivedCfgFile, cfgFile);
-}
 
 QTEST_GUILESS_MAIN(TestSiemensHarvelPaths)
 #include "TestSiemensHarvelPaths.moc"

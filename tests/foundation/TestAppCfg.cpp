@@ -6,38 +6,29 @@
 #include <QtTest>
 
 namespace {
+// The nine settings in the order of GetSettings/SetSettings.
 struct Nine
 {
-    QString target = QStringLiteral("//127.0.0.1/telmor");
-    QString workoffset = QStringLiteral("FINE");
-    QString wofsaxes = QStringLiteral("0-0-0-0-0-0");
-    QString enable = QStringLiteral("0");
-    QString ip = QStringLiteral("0.0.0.0");
-    QString port = QStringLiteral("8510");
-    QString macroDir = QStringLiteral("//NC/SPF.DIR");
-    QString programDir = QStringLiteral("//NC/WKS.DIR/TELMOR.WPD");
-    QString resultFile = QStringLiteral("//NC/WKS.DIR/TELMOR.WPD/RESULT.MPF");
-
-    bool operator==(const Nine& o) const
+    QStringList v{"//127.0.0.1/telmor", "FINE", "0-0-0-0-0-0", "0", "0.0.0.0", "8510", "//NC/SPF.DIR",
+                  "//NC/WKS.DIR/TELMOR.WPD", "//NC/WKS.DIR/TELMOR.WPD/RESULT.MPF"};
+    enum { Target, Workoffset, Axes, Enable, Ip, Port, MacroDir, ProgramDir, ResultFile };
+    Nine& with(int i, const QString& value)
     {
-        return target == o.target && workoffset == o.workoffset && wofsaxes == o.wofsaxes && enable == o.enable &&
-               ip == o.ip && port == o.port && macroDir == o.macroDir && programDir == o.programDir &&
-               resultFile == o.resultFile;
+        v[i] = value;
+        return *this;
     }
 };
 
-Nine Get(CAppCfg& cfg)
+QStringList get(CAppCfg& cfg)
 {
     Nine n;
-    cfg.GetSettings(n.target, n.workoffset, n.wofsaxes, n.enable, n.ip, n.port, n.macroDir, n.programDir,
-                    n.resultFile);
-    return n;
+    cfg.GetSettings(n.v[0], n.v[1], n.v[2], n.v[3], n.v[4], n.v[5], n.v[6], n.v[7], n.v[8]);
+    return n.v;
 }
 
-bool Set(CAppCfg& cfg, const Nine& n, QString& error)
+bool set(CAppCfg& cfg, const Nine& n, QString& error)
 {
-    return cfg.SetSettings(n.target, n.workoffset, n.wofsaxes, n.enable, n.ip, n.port, n.macroDir, n.programDir,
-                           n.resultFile, error);
+    return cfg.SetSettings(n.v[0], n.v[1], n.v[2], n.v[3], n.v[4], n.v[5], n.v[6], n.v[7], n.v[8], error);
 }
 } // namespace
 
@@ -47,248 +38,165 @@ class TestAppCfg : public QObject
 
 private:
     QTemporaryDir m_logDir;
-    QTemporaryDir* m_tmp = nullptr;
+    QScopedPointer<QTemporaryDir> m_tmp;
     QString m_ini;
 
-    void WriteIni(const QByteArray& content)
+    void writeIni(const QByteArray& content)
     {
         QFile f(m_ini);
         QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
         f.write(content);
     }
-    QString Log() const
+    QString log() const
     {
-        QFile f(m_logDir.path() + QStringLiteral("/test.log"));
+        QFile f(m_logDir.path() + "/test.log");
         return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
     }
-    QString IniValue(const QString& key) const
-    {
-        QSettings s(m_ini, QSettings::IniFormat);
-        return s.value(QStringLiteral("TMRNC/") + key).toString();
-    }
+    QString iniValue(const QString& key) const { return QSettings(m_ini, QSettings::IniFormat).value("TMRNC/" + key).toString(); }
 
 private slots:
-    void initTestCase() { QVERIFY(CLogger::Initialize(m_logDir.path() + QStringLiteral("/test.log"), 20)); }
-    void cleanupTestCase()
-    {
-        delete m_tmp;
-        CLogger::UnInitialize();
-    }
+    void initTestCase() { QVERIFY(CLogger::Initialize(m_logDir.path() + "/test.log", 20)); }
+    void cleanupTestCase() { CLogger::UnInitialize(); }
     void init()
     {
-        delete m_tmp;
-        m_tmp = new QTemporaryDir;
-        QDir().mkpath(m_tmp->path() + QStringLiteral("/cfg"));
-        m_ini = m_tmp->path() + QStringLiteral("/cfg/TMRNC.INI");
+        m_tmp.reset(new QTemporaryDir);
+        QDir().mkpath(m_tmp->path() + "/cfg");
+        m_ini = m_tmp->path() + "/cfg/TMRNC.INI";
     }
 
     void missingFileKeepsDefaultsAndWatchesNothing()
     {
         CAppCfg cfg;
-        QVERIFY(!cfg.Initialize(m_tmp->path() + QStringLiteral("/appl"), m_ini));
-        QVERIFY(Get(cfg) == Nine());
+        QVERIFY(!cfg.Initialize(m_tmp->path() + "/appl", m_ini));
+        QCOMPARE(get(cfg), Nine().v);
         QCOMPARE(cfg.ZynNetServerPort(), quint16(8510));
-        QCOMPARE(cfg.UgudTmpFile(), m_tmp->path() + QStringLiteral("/appl/UGUD.tmp"));
-        QTRY_VERIFY(Log().contains(QStringLiteral("| ERR | ")) &&
-                    Log().contains(QStringLiteral("The ini file %1 does not exist").arg(m_ini)));
+        QCOMPARE(cfg.UgudTmpFile(), m_tmp->path() + "/appl/UGUD.tmp");
+        QTRY_VERIFY(log().contains("| ERR | ") && log().contains(QStringLiteral("The ini file %1 does not exist").arg(m_ini)));
         // Not watched: a file created afterwards is not read.
-        WriteIni("[TMRNC]\ntarget=//host/other\n");
+        writeIni("[TMRNC]\ntarget=//host/other\n");
         QTest::qWait(300);
         QCOMPARE(cfg.TargetPath(), QStringLiteral("//127.0.0.1/telmor"));
     }
 
     void readFillsGapsWithDefaultsAndLogsNineLines()
     {
-        WriteIni("[TMRNC]\ntarget = \\\\\\\\host\\\\share\\\\ \nworkoffset=fine\nwofsaxes=\nzynnetserverport=70000\n"
+        writeIni("[TMRNC]\ntarget = \\\\\\\\host\\\\share\\\\ \nworkoffset=fine\nwofsaxes=\nzynnetserverport=70000\n"
                  "zynnetserverip=  \ntmrmacrodir=//NC/SPF.DIR/\n");
         CAppCfg cfg;
         QVERIFY(cfg.Initialize(m_tmp->path(), m_ini));
-        const Nine n = Get(cfg);
-        QCOMPARE(n.target, QStringLiteral("//host/share"));
-        QCOMPARE(n.workoffset, QStringLiteral("fine"));
+        QCOMPARE(get(cfg), Nine().with(Nine::Target, "//host/share").with(Nine::Workoffset, "fine").v);
         QCOMPARE(cfg.WofsType(), WORKOFS_FINE);
-        QCOMPARE(n.wofsaxes, QStringLiteral("0-0-0-0-0-0"));
-        QCOMPARE(n.port, QStringLiteral("8510"));
-        QCOMPARE(n.ip, QStringLiteral("0.0.0.0"));
-        QCOMPARE(n.macroDir, QStringLiteral("//NC/SPF.DIR"));
         // The file itself stays as the user left it.
-        QCOMPARE(IniValue(QStringLiteral("zynnetserverport")), QStringLiteral("70000"));
-
-        const QStringList labels = {"Target Path",       "TMR Program Folder",   "TMR Macro Folder",
-                                    "TMR Result File",   "Work Offset Type",     "Work Offset Axes Map",
-                                    "ZYN Net Server Enable", "ZYN Net Server IP", "ZYN Net Server Port"};
-        QTRY_VERIFY(Log().contains(QStringLiteral(" | INF | ")) &&
-                    Log().contains(QStringLiteral("ZYN Net Server Port = 8510")));
-        const QString log = Log();
+        QCOMPARE(iniValue("zynnetserverport"), QStringLiteral("70000"));
+        QTRY_VERIFY(log().contains(" | INF | ") && log().contains("ZYN Net Server Port = 8510"));
+        const QString text = log();
         int last = -1;
-        for (const QString& label : labels) {
-            const int at = log.lastIndexOf(QStringLiteral(" | ") + label + QStringLiteral(" = "));
-            QVERIFY2(at > last, qPrintable(label));
+        for (const char* label : {"Target Path", "TMR Program Folder", "TMR Macro Folder", "TMR Result File", "Work Offset Type",
+                                  "Work Offset Axes Map", "ZYN Net Server Enable", "ZYN Net Server IP", "ZYN Net Server Port"}) {
+            const int at = text.lastIndexOf(QStringLiteral(" | %1 = ").arg(label));
+            QVERIFY2(at > last, label);
             last = at;
         }
-        QVERIFY(log.contains(QStringLiteral("Target Path = //host/share\n")));
+        QVERIFY(text.contains("Target Path = //host/share\n"));
     }
 
-    void validationOrderAndMessages()
+    void saveValidatesNormalizesAndTellsWhenRestartIsNeeded()
     {
-        WriteIni("[TMRNC]\n");
+        writeIni("[TMRNC]\n");
         CAppCfg cfg;
         QVERIFY(cfg.Initialize(m_tmp->path(), m_ini));
-        const Nine before = Get(cfg);
         QString error;
-
-        Nine n;
-        n.target = QStringLiteral("  ");
-        n.wofsaxes.clear();
-        n.port.clear();
-        QVERIFY(!Set(cfg, n, error));
-        QCOMPARE(error, QStringLiteral("Target Path cannot be empty"));
-
-        n = Nine();
-        n.resultFile = QStringLiteral("/");  // normalizes to nothing
-        n.workoffset.clear();
-        QVERIFY(!Set(cfg, n, error));
-        QCOMPARE(error, QStringLiteral("TMR Result File cannot be empty"));
-
-        n = Nine();
-        n.ip.clear();
-        n.port = QStringLiteral("x");
-        QVERIFY(!Set(cfg, n, error));
-        QCOMPARE(error, QStringLiteral("ZYN Net Server IP cannot be empty"));
-
-        for (const QString& bad : {QString(), QStringLiteral("-1"), QStringLiteral("65536"), QStringLiteral("80a")}) {
-            n = Nine();
-            n.port = bad;
-            QVERIFY(!Set(cfg, n, error));
-            QCOMPARE(error, QStringLiteral("ZYN Net Server Port must be an integer between 0 and 65535"));
+        // The first failing check in the order of the form names what is wrong; nothing changes.
+        const QList<QPair<Nine, QString>> bad{
+            {Nine().with(Nine::Target, "  ").with(Nine::Axes, "").with(Nine::Port, ""), "Target Path cannot be empty"},
+            {Nine().with(Nine::ResultFile, "/").with(Nine::Workoffset, ""), "TMR Result File cannot be empty"},
+            {Nine().with(Nine::Ip, "").with(Nine::Port, "x"), "ZYN Net Server IP cannot be empty"},
+            {Nine().with(Nine::Port, ""), "ZYN Net Server Port must be an integer between 0 and 65535"},
+            {Nine().with(Nine::Port, "-1"), "ZYN Net Server Port must be an integer between 0 and 65535"},
+            {Nine().with(Nine::Port, "65536"), "ZYN Net Server Port must be an integer between 0 and 65535"},
+            {Nine().with(Nine::Port, "80a"), "ZYN Net Server Port must be an integer between 0 and 65535"}};
+        for (const auto& b : bad) {
+            QVERIFY(!set(cfg, b.first, error));
+            QCOMPARE(error, b.second);
         }
-        QVERIFY(Get(cfg) == before);
-        QVERIFY(IniValue(QStringLiteral("target")).isEmpty());
-    }
+        QCOMPARE(get(cfg), Nine().v);
+        QVERIFY(iniValue("target").isEmpty());
 
-    void saveNormalizesAndTellsWhenRestartIsNeeded()
-    {
-        WriteIni("[TMRNC]\n");
-        CAppCfg cfg;
-        QVERIFY(cfg.Initialize(m_tmp->path(), m_ini));
-        QString error;
-
-        Nine n;
-        n.target = QStringLiteral(" \\\\pc\\results\\ ");
-        QVERIFY(Set(cfg, n, error));
-        QVERIFY(error.isEmpty());
-        QCOMPARE(IniValue(QStringLiteral("target")), QStringLiteral("//pc/results"));
-
-        // Same values again: no notice.
+        // Saved normalized; the same values again, or only the letter case of the address: no notice.
         error.clear();
-        QVERIFY(Set(cfg, Get(cfg), error));
-        QVERIFY(error.isEmpty());
-
-        // Only the letter case of the address: no notice either.
-        n = Get(cfg);
-        n.ip = QStringLiteral("FE80::1");
-        QVERIFY(Set(cfg, n, error));
+        QVERIFY(set(cfg, Nine().with(Nine::Target, " \\\\pc\\results\\ ").with(Nine::Ip, "FE80::1"), error));
+        QCOMPARE(iniValue("target"), QStringLiteral("//pc/results"));
         error.clear();
-        n.ip = QStringLiteral("fe80::1");
-        QVERIFY(Set(cfg, n, error));
+        QVERIFY(set(cfg, Nine().with(Nine::Target, "//pc/results").with(Nine::Ip, "fe80::1"), error));
         QVERIFY(error.isEmpty());
-
-        n.port = QStringLiteral("9000");
-        QVERIFY(Set(cfg, n, error));
+        QVERIFY(set(cfg, Nine().with(Nine::Target, "//pc/results").with(Nine::Port, "9000"), error));
         QCOMPARE(error, QStringLiteral("Please restart HMI to use the new settings"));
         QCOMPARE(cfg.ZynNetServerPort(), quint16(9000));
-        QCOMPARE(IniValue(QStringLiteral("zynnetserverport")), QStringLiteral("9000"));
-    }
+        QCOMPARE(iniValue("zynnetserverport"), QStringLiteral("9000"));
 
-    void handEditsAreFollowed()
-    {
-        WriteIni("[TMRNC]\ntarget=//a/one\n");
-        CAppCfg cfg;
-        QVERIFY(cfg.Initialize(m_tmp->path(), m_ini));
-        QCOMPARE(cfg.TargetPath(), QStringLiteral("//a/one"));
-
-        WriteIni("[TMRNC]\ntarget=//a/two\nworkoffset=COARSE\n");
-        QTRY_COMPARE(cfg.TargetPath(), QStringLiteral("//a/two"));
-        QCOMPARE(cfg.WofsType(), WORKOFS_COARSE);
-        QTRY_VERIFY(Log().contains(QStringLiteral("The ini file %1 has been changed").arg(m_ini)));
-
-        // An editor that writes a new file and renames it over the old one.
-        const QString tmp = m_ini + QStringLiteral(".swp");
-        {
-            QFile f(tmp);
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write("[TMRNC]\ntarget=//a/three\n");
-        }
-        QVERIFY(::rename(QFile::encodeName(tmp).constData(), QFile::encodeName(m_ini).constData()) == 0);
-        QTRY_COMPARE(cfg.TargetPath(), QStringLiteral("//a/three"));
-        WriteIni("[TMRNC]\ntarget=//a/four\n");
-        QTRY_COMPARE(cfg.TargetPath(), QStringLiteral("//a/four"));
-
-        // Emptying every key brings all defaults into force.
-        WriteIni("[TMRNC]\ntarget=\nworkoffset=\nwofsaxes=\nzynnetserverenable=\nzynnetserverip=\n"
-                 "zynnetserverport=\ntmrprogramdir=\ntmrresultfile=\ntmrmacrodir=\n");
-        QTRY_VERIFY(Get(cfg) == Nine());
-        QCOMPARE(IniValue(QStringLiteral("target")), QString());
-    }
-
-    void deletedFileIsWrittenAgainFromMemory()
-    {
-        WriteIni("[TMRNC]\ntarget=//keep/me\nwofsaxes=1-2-3\n");
-        CAppCfg cfg;
-        QVERIFY(cfg.Initialize(m_tmp->path(), m_ini));
-        QVERIFY(QFile::remove(m_ini));
-        QTRY_VERIFY(QFile::exists(m_ini));
-        QTRY_COMPARE(IniValue(QStringLiteral("target")), QStringLiteral("//keep/me"));
-        QCOMPARE(IniValue(QStringLiteral("wofsaxes")), QStringLiteral("1-2-3"));
-        QTRY_VERIFY(Log().contains(QStringLiteral("| WAR | ")) &&
-                    Log().contains(QStringLiteral("The ini file %1 has been deleted or renamed").arg(m_ini)));
-        // And it is watched again.
-        WriteIni("[TMRNC]\ntarget=//after/delete\n");
-        QTRY_COMPARE(cfg.TargetPath(), QStringLiteral("//after/delete"));
-    }
-
-    void axesMapInBothForms()
-    {
-        WriteIni("[TMRNC]\nwofsaxes=1-2-3\n");
-        CAppCfg cfg;
-        QVERIFY(cfg.Initialize(m_tmp->path(), m_ini));
+        // The axes map in both forms.
         QList<int> idx;
         QStringList names;
-        cfg.GetWofsMapAxisIndexList(idx, names);
-        QCOMPARE(idx, (QList<int>{1, 2, 3, 0, 0, 0}));
+        for (const auto& map : QList<QPair<QString, QList<int>>>{{"1-2-3", {1, 2, 3, 0, 0, 0}}, {"12x4", {1, 2, 0, 4, 0, 0}},
+                                                                 {"5--a-2", {5, 0, 0, 2, 0, 0}}}) {
+            QVERIFY(set(cfg, Nine().with(Nine::Axes, map.first), error));
+            cfg.GetWofsMapAxisIndexList(idx, names);
+            QCOMPARE(idx, map.second);
+        }
         QCOMPARE(names, (QStringList{"X", "Y", "Z", "A", "B", "C"}));
         QCOMPARE(cfg.GetWofsMapAxisIndex(6), 0);
         QCOMPARE(cfg.GetWofsMapAxisIndex(-1), 0);
+    }
 
-        QString error;
-        Nine n;
-        n.wofsaxes = QStringLiteral("12x4");
-        QVERIFY(Set(cfg, n, error));
-        cfg.GetWofsMapAxisIndexList(idx, names);
-        QCOMPARE(idx, (QList<int>{1, 2, 0, 4, 0, 0}));
-        n.wofsaxes = QStringLiteral("5--a-2");
-        QVERIFY(Set(cfg, n, error));
-        cfg.GetWofsMapAxisIndexList(idx, names);
-        QCOMPARE(idx, (QList<int>{5, 0, 0, 2, 0, 0}));
+    void handEditsAndDeletionAreFollowed()
+    {
+        writeIni("[TMRNC]\ntarget=//a/one\nwofsaxes=1-2-3\n");
+        CAppCfg cfg;
+        QVERIFY(cfg.Initialize(m_tmp->path(), m_ini));
+        QCOMPARE(cfg.TargetPath(), QStringLiteral("//a/one"));
+        writeIni("[TMRNC]\ntarget=//a/two\nworkoffset=COARSE\nwofsaxes=1-2-3\n");
+        QTRY_COMPARE(cfg.TargetPath(), QStringLiteral("//a/two"));
+        QCOMPARE(cfg.WofsType(), WORKOFS_COARSE);
+        QTRY_VERIFY(log().contains(QStringLiteral("The ini file %1 has been changed").arg(m_ini)));
+
+        // An editor that writes a new file and renames it over the old one.
+        {
+            QFile f(m_ini + ".swp");
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write("[TMRNC]\ntarget=//a/three\nwofsaxes=1-2-3\n");
+        }
+        QVERIFY(::rename(QFile::encodeName(m_ini + ".swp").constData(), QFile::encodeName(m_ini).constData()) == 0);
+        QTRY_COMPARE(cfg.TargetPath(), QStringLiteral("//a/three"));
+        writeIni("[TMRNC]\ntarget=//keep/me\nwofsaxes=1-2-3\n");
+        QTRY_COMPARE(cfg.TargetPath(), QStringLiteral("//keep/me"));
+
+        // A deleted file is written again from memory, and watched again.
+        QVERIFY(QFile::remove(m_ini));
+        QTRY_VERIFY(QFile::exists(m_ini));
+        QTRY_COMPARE(iniValue("target"), QStringLiteral("//keep/me"));
+        QCOMPARE(iniValue("wofsaxes"), QStringLiteral("1-2-3"));
+        QTRY_VERIFY(log().contains("| WAR | ") &&
+                    log().contains(QStringLiteral("The ini file %1 has been deleted or renamed").arg(m_ini)));
+        // Emptying every key brings all defaults into force.
+        writeIni("[TMRNC]\ntarget=\nworkoffset=\nwofsaxes=\nzynnetserverenable=\nzynnetserverip=\n"
+                 "zynnetserverport=\ntmrprogramdir=\ntmrresultfile=\ntmrmacrodir=\n");
+        QTRY_COMPARE(get(cfg), Nine().v);
+        QCOMPARE(iniValue("target"), QString());
     }
 
     void machineAxisListWithAndWithoutNone()
     {
         CAppCfg cfg;
         tagAxisInfo x;
-        x.index = 0; x.type = AXIS_LINEAR; x.name = QStringLiteral("X1"); x.value = 1.5;
+        x.index = 0; x.type = AXIS_LINEAR; x.name = "X1"; x.value = 1.5;
         tagAxisInfo c;
-        c.index = 4; c.type = AXIS_ROTARY; c.name = QStringLiteral("C1");
+        c.index = 4; c.type = AXIS_ROTARY; c.name = "C1";
         cfg.SetMachAxisList({x, c});
-
         QList<tagAxisInfo> axes;
         QStringList names;
         cfg.GetMachAxisList(axes, names, true);
         QCOMPARE(names, (QStringList{"", "X1", "C1"}));
-        QCOMPARE(axes.at(0).index, 0);
-        QCOMPARE(int(axes.at(0).type), -1);
-        QCOMPARE(axes.at(1).index, 1);
-        QCOMPARE(axes.at(2).index, 5);
+        QCOMPARE(QList<int>({axes.at(0).index, int(axes.at(0).type), axes.at(1).index, axes.at(2).index}), QList<int>({0, -1, 1, 5}));
         cfg.GetMachAxisList(axes, names, false);
         QCOMPARE(names, (QStringList{"X1", "C1"}));
         QCOMPARE(axes.at(1).index, 4);

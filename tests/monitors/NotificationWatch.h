@@ -24,21 +24,18 @@ public:
         if (!QDir().mkpath(applDir) || !NetLinkFixture::InstallNetServer(applDir))
             return false;
         CZynNetServerHost::Initialize(applDir);
-        if (!CZynNetServerHost::Start(true, QStringLiteral("127.0.0.1"), 0))
+        if (!CZynNetServerHost::Start(true, "127.0.0.1", 0))
             return false;
         const quint16 port = NetLinkFixture::ServerPort(applDir);
         m_client.reset(new QProcess);
-        m_client->start(NetLinkFixture::BinaryDir() + QStringLiteral("/bin/harvel-client"),
-                        {QStringLiteral("--server"), QStringLiteral("127.0.0.1:%1").arg(port),
-                         QStringLiteral("watch")});
+        m_client->start(NetLinkFixture::BinaryDir() + "/bin/harvel-client",
+                        {"--server", QStringLiteral("127.0.0.1:%1").arg(port), "watch"});
         if (!m_client->waitForStarted())
             return false;
         // The library takes a notice only once somebody listens; the
         // probes are thrown away with everything else before Take.
-        if (!NetLinkFixture::RetryUntil([] {
-                return CZynNetServerHost::NotifyMachineStatusChanged(ZYN_MACH_NORMAL, false,
-                                                                     QStringLiteral("probe"), QString(), QString());
-            }))
+        if (!NetLinkFixture::RetryUntil(
+                [] { return CZynNetServerHost::NotifyMachineStatusChanged(ZYN_MACH_NORMAL, false, "probe", {}, {}); }))
             return false;
         Take();
         return true;
@@ -81,12 +78,12 @@ public:
         const QString markerLine = QStringLiteral("machine-status status=1 flag=0 text1=\"%1\"").arg(marker);
         QStringList taken;
         if (!WaitFor(markerLine))
-            return {QStringLiteral("<no marker>")};
+            return {"<no marker>"};
         while (!m_lines.isEmpty()) {
             const QString line = m_lines.takeFirst();
             if (line.startsWith(markerLine))
                 break;
-            if (!line.contains(QLatin1String("text1=\"probe\"")))
+            if (!line.contains("text1=\"probe\""))
                 taken << line;
         }
         return taken;
@@ -95,18 +92,11 @@ public:
 private:
     void Read()
     {
-        if (!m_client)
-            return;
-        m_buffer += QString::fromUtf8(m_client->readAllStandardOutput());
-        int end;
-        while ((end = m_buffer.indexOf(QLatin1Char('\n'))) >= 0) {
-            m_lines << m_buffer.left(end);
-            m_buffer.remove(0, end + 1);
-        }
+        while (m_client && m_client->canReadLine())
+            m_lines << QString::fromUtf8(m_client->readLine()).chopped(1);
     }
 
     QScopedPointer<QProcess> m_client;
-    QString m_buffer;
     QStringList m_lines;
     int m_markers = 0;
 };

@@ -32,20 +32,16 @@ public:
     // netServer: an ADDRESS:PORT for the net server, or empty for none.
     bool Install(const QString& netServer)
     {
-        if (!m_machine.isValid())
-            return false;
-        const QString net = netServer.isEmpty() ? QString() : QStringLiteral("--net-server %1").arg(netServer);
+        const QString net = netServer.isEmpty() ? QString() : "--net-server " + netServer;
         const QString command = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' %3 '%4' >/dev/null")
-                                    .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), net, m_machine.path());
-        return std::system(command.toLocal8Bit().constData()) == 0;
+                                    .arg(BinaryDir(), QString(HARVEL_INSTALL_SCRIPT), net, m_machine.path());
+        return m_machine.isValid() && std::system(command.toLocal8Bit().constData()) == 0;
     }
-
     QStringList Start()
     {
         m_host.reset(new HmiHost);
         return m_host->start(m_machine.path());
     }
-
     void Stop()
     {
         if (m_host)
@@ -54,29 +50,20 @@ public:
     }
 
     QString MachineDir() const { return m_machine.path(); }
-    QString ApplDir() const
-    {
-        return QFileInfo(m_machine.path() + QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/appl")).canonicalFilePath();
-    }
+    QString ApplDir() const { return QFileInfo(m_machine.path() + "/card/oem/sinumerik/hmi/NorvaneZYN/appl").canonicalFilePath(); }
     // The default result file //NC/WKS.DIR/TELMOR.WPD/RESULT.MPF.
-    QString ResultFile() const { return m_machine.path() + QStringLiteral("/nc/WKS.DIR/TELMOR.WPD/RESULT.MPF"); }
+    QString ResultFile() const { return m_machine.path() + "/nc/WKS.DIR/TELMOR.WPD/RESULT.MPF"; }
     // The default target //127.0.0.1/telmor.
-    QString TargetJournalDir() const { return m_machine.path() + QStringLiteral("/net/127.0.0.1/telmor/Journal"); }
-    QString NetJournalDir() const { return ApplDir() + QStringLiteral("/zyn/journal"); }
-    QString Log() const { return QString::fromUtf8(ReadFile(ApplDir() + QStringLiteral("/logs/SiemensHarvel.log"))); }
+    QString TargetJournalDir() const { return m_machine.path() + "/net/127.0.0.1/telmor/Journal"; }
+    QString NetJournalDir() const { return ApplDir() + "/zyn/journal"; }
+    QString Log() const { return QString::fromUtf8(ReadFile(ApplDir() + "/logs/SiemensHarvel.log")); }
 
     CtlResult Nc(const QStringList& args) { return m_host->nc()->control(args); }
-    QString TmrFile() { return Nc({QStringLiteral("get"), QLatin1String(kTmrFile)}).out.trimmed(); }
-    bool SetTmrFile(int value)
-    {
-        return Nc({QStringLiteral("set"), QLatin1String(kTmrFile), QString::number(value)}).code == 0;
-    }
+    QString TmrFile() { return Nc({"get", kTmrFile}).out.trimmed(); }
+    bool SetTmrFile(int value) { return Nc({"set", kTmrFile, QString::number(value)}).code == 0; }
     bool Fault(const QString& op, const QString& pattern, const QString& code)
     {
-        return Nc({QStringLiteral("fault"), op, pattern, QStringLiteral("--code"), code, QStringLiteral("--times"),
-                   QStringLiteral("1")})
-                   .code
-               == 0;
+        return Nc({"fault", op, pattern, "--code", code, "--times", "1"}).code == 0;
     }
 
     // What an NC program does once its last result has been taken: lets
@@ -98,33 +85,26 @@ public:
     // The journal of the last good hand-over, from its log line; empty if none.
     QString LastJournal() const
     {
-        const QRegularExpression line(QStringLiteral("Handle TMR result file succeeded\\. ResultFile=(\\S+\\.cna)\n"));
         QString last;
-        auto it = line.globalMatch(Log());
+        auto it = QRegularExpression("Handle TMR result file succeeded\\. ResultFile=(\\S+\\.cna)\n").globalMatch(Log());
         while (it.hasNext())
             last = it.next().captured(1);
         return last;
     }
 
-    static QString Second() { return QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddhhmmss")); }
-
+    static QString Second() { return QDateTime::currentDateTime().toString("yyyyMMddhhmmss"); }
     static bool WriteFile(const QString& path, const QByteArray& content)
     {
         QDir().mkpath(QFileInfo(path).path());
         QFile file(path);
         return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(content) == content.size();
     }
-
     static QByteArray ReadFile(const QString& path)
     {
         QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
     }
-
-    static QStringList Files(const QString& dir, const QString& pattern)
-    {
-        return QDir(dir).entryList({pattern}, QDir::Files, QDir::Name);
-    }
+    static QStringList Files(const QString& dir, const QString& pattern) { return QDir(dir).entryList({pattern}, QDir::Files, QDir::Name); }
 
     // The port a server started on port 0 got, asked of the loaded library.
     quint16 ServerPort() const { return NetLinkFixture::ServerPort(ApplDir()); }
@@ -134,8 +114,7 @@ public:
     {
         client.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         client.setStandardOutputFile(QProcess::nullDevice());
-        client.start(BinaryDir() + QStringLiteral("/bin/harvel-client"),
-                     {QStringLiteral("--server"), server, QStringLiteral("watch"), QStringLiteral("--journals"), dir});
+        client.start(BinaryDir() + "/bin/harvel-client", {"--server", server, "watch", "--journals", dir});
     }
 
 private:

@@ -6,10 +6,10 @@
 
 #include <QDir>
 #include <QFile>
-#include <QThreadPool>
 #include <QFileInfo>
 #include <QScopedPointer>
 #include <QTemporaryDir>
+#include <QThreadPool>
 #include <QtTest>
 
 // A machine folder of its own, opened as the process's NC, so that the NC
@@ -26,9 +26,8 @@ struct NcMachine
         if (!nc)
             qWarning("cannot open machine: %s", qPrintable(error));
     }
-    QString dir() const { return tmp.path() + QStringLiteral("/machine"); }
-    QString path(const QString& rel) const { return dir() + QLatin1Char('/') + rel; }
-
+    QString dir() const { return tmp.path() + "/machine"; }
+    QString path(const QString& rel) const { return dir() + '/' + rel; }
     QVariant get(const QString& address) const
     {
         QVariant value;
@@ -55,7 +54,7 @@ struct TestLog
     QTemporaryDir tmp;
     int markers = 0;
 
-    void start() { CLogger::Initialize(tmp.path() + QStringLiteral("/logs/SiemensHarvel.log"), 20); }
+    void start() { CLogger::Initialize(tmp.path() + "/logs/SiemensHarvel.log", 20); }
     // The logger's pool thread ends here too, not in the race with the exit
     // of the process, where the leak checker would count its thread data.
     static void stop()
@@ -65,7 +64,7 @@ struct TestLog
     }
     QString text() const
     {
-        QFile f(tmp.path() + QStringLiteral("/logs/SiemensHarvel.log"));
+        QFile f(tmp.path() + "/logs/SiemensHarvel.log");
         return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
     }
     // The worker writes in its own time: waits for the line, not for a time.

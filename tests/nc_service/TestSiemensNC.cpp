@@ -12,18 +12,19 @@ namespace {
 const QString kUntouched = QStringLiteral("untouched");
 const QString kXmlHead = QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>");
 
-QString axisXml(const QString& name, const QString& type)
+QString axesXml()
 {
-    return QStringLiteral("<Axis><Name>%1</Name><Type>%2</Type><Enabled>true</Enabled><Min>0</Min><Max>0</Max></Axis>")
-        .arg(name, type);
+    QString xml;
+    for (const char* axis : {"X Linear", "Y Linear", "Z Linear", "A Rotary", "SP1 Spindle", "C Rotary"})
+        xml += QStringLiteral("<Axis><Name>%1</Name><Type>%2</Type><Enabled>true</Enabled><Min>0</Min><Max>0</Max></Axis>")
+                   .arg(QString(axis).section(' ', 0, 0), QString(axis).section(' ', 1));
+    return xml;
 }
-
-const QString kTemplateAxes = axisXml(QStringLiteral("X"), QStringLiteral("Linear"))
-                              + axisXml(QStringLiteral("Y"), QStringLiteral("Linear"))
-                              + axisXml(QStringLiteral("Z"), QStringLiteral("Linear"))
-                              + axisXml(QStringLiteral("A"), QStringLiteral("Rotary"))
-                              + axisXml(QStringLiteral("SP1"), QStringLiteral("Spindle"))
-                              + axisXml(QStringLiteral("C"), QStringLiteral("Rotary"));
+QString rotabs(const char* base, const char* part)
+{
+    return kXmlHead + QStringLiteral("<Rotabs><Rotab><Type>base</Type>%1<I>0</I><J>0</J><K>1</K></Rotab>"
+                                     "<Rotab><Type>part</Type>%2<I>0</I><J>0</J><K>1</K></Rotab></Rotabs>").arg(base, part);
+}
 } // namespace
 
 class TestSiemensNC : public QObject
@@ -32,30 +33,24 @@ class TestSiemensNC : public QObject
 
 private slots:
     void init();
-    void cleanup();
+    void cleanup() { m_nc.reset(); }
 
-    void versionFileFromTheApplicationFolder_data();
-    void versionFileFromTheApplicationFolder();
-    void rVariableChecks_data();
     void rVariableChecks();
-    void rVariablesReachTheNc();
-    void skipPositionIsZeroWhateverTheNc();
-    void selectProgram();
+    void rVariablesSkipPositionAndPrograms();
     void machineConfiguration_data();
     void machineConfiguration();
     void calibrationResultIsReadAtEachRequest();
 
 private:
-    QString applDir() const { return m_dir.path() + QStringLiteral("/m/card/oem/sinumerik/hmi/NorvaneZYN/appl"); }
+    QString applDir() const { return m_dir.path() + "/m/card/oem/sinumerik/hmi/NorvaneZYN/appl"; }
     void nc(const QStringList& args)
     {
         const CtlResult result = m_nc->control(args);
-        QVERIFY2(result.code == 0, qPrintable(args.join(QLatin1Char(' ')) + QStringLiteral(": ") + result.err));
+        QVERIFY2(result.code == 0, qPrintable(args.join(' ') + ": " + result.err));
     }
-    QString ncGet(const QString& address) { return m_nc->control({QStringLiteral("get"), address}).out.trimmed(); }
-    void fault(const QString& op, const QString& pattern, const QString& code = QStringLiteral("0x80320002"))
+    void fault(const QString& op, const QString& pattern, const QString& code = "0x80320002")
     {
-        nc({QStringLiteral("fault"), op, pattern, QStringLiteral("--code"), code});
+        nc({"fault", op, pattern, "--code", code});
     }
 
     QTemporaryDir m_dir;
@@ -65,151 +60,86 @@ private:
 void TestSiemensNC::init()
 {
     QString error;
-    m_nc.reset(VirtualNc::open(m_dir.path() + QStringLiteral("/m"), error));
+    m_nc.reset(VirtualNc::open(m_dir.path() + "/m", error));
     QVERIFY2(m_nc, qPrintable(error));
-    nc({QStringLiteral("fault"), QStringLiteral("clear")});
-}
-
-void TestSiemensNC::cleanup()
-{
-    m_nc.reset();
-}
-
-void TestSiemensNC::versionFileFromTheApplicationFolder_data()
-{
-    QTest::addColumn<QString>("applDir");
-    QTest::addColumn<QString>("versionFile");
-    QTest::newRow("first oem") << QStringLiteral("/m/card/oem/x/oem/appl") << QStringLiteral("/m/card/versions.xml");
-    QTest::newRow("oem at the root") << QStringLiteral("/oem/sinumerik/appl") << QString();
-    QTest::newRow("letter case") << QStringLiteral("/card/OEM/sinumerik/appl") << QString();
-}
-
-void TestSiemensNC::versionFileFromTheApplicationFolder()
-{
-    QFETCH(QString, applDir);
-    QFETCH(QString, versionFile);
-    CSiemensNC service(applDir, nullptr);
-    QCOMPARE(service.VersionFile(), versionFile);
-}
-
-void TestSiemensNC::rVariableChecks_data()
-{
-    QTest::addColumn<bool>("write");
-    QTest::addColumn<int>("index");
-    QTest::addColumn<int>("count");
-    QTest::addColumn<int>("valueCount");
-    QTest::addColumn<QString>("faultOp");
-    QTest::addColumn<QString>("faultAddress");
-    QTest::addColumn<QString>("errInfo");
-
-    const QString count = QStringLiteral("/Channel/Configuration/numRParams");
-    const QString r = QStringLiteral("/Channel/Parameter/r");
-    const QString read = QStringLiteral("read");
-    const QString none;
-    // The NC's count unreadable in the first rows proves that the checks of
-    // the arguments come before any question to the NC.
-    QTest::newRow("read, index -1") << false << -1 << 1 << 0 << read << count << QStringLiteral("Invalid index");
-    QTest::newRow("read, count 0") << false << 0 << 0 << 0 << read << count << QStringLiteral("Invalid count");
-    QTest::newRow("write, index -1") << true << -1 << 1 << 1 << read << count << QStringLiteral("Invalid index");
-    QTest::newRow("write, count 0") << true << 0 << 0 << 0 << read << count << QStringLiteral("Invalid count");
-    QTest::newRow("write, 3 for 2 values") << true << 0 << 3 << 2 << read << count << QStringLiteral("Invalid values");
-    QTest::newRow("read, count unreadable") << false << 0 << 1 << 0 << read << count
-                                            << QStringLiteral("Cannot get the count of R variable");
-    QTest::newRow("write, count unreadable") << true << 0 << 1 << 1 << read << count
-                                             << QStringLiteral("Cannot get the count of R variable");
-    QTest::newRow("read, last one") << false << 299 << 1 << 0 << none << none << kUntouched;
-    QTest::newRow("read, one past") << false << 299 << 2 << 0 << none << none
-                                    << QStringLiteral("Address out of range [0, 299]");
-    QTest::newRow("write, one past") << true << 299 << 2 << 2 << none << none
-                                     << QStringLiteral("Address out of range [0, 299]");
-    QTest::newRow("read refused") << false << 5 << 2 << 0 << read << r << QStringLiteral("Cannot read R variable");
-    QTest::newRow("write refused") << true << 5 << 2 << 2 << QStringLiteral("write") << r
-                                   << QStringLiteral("Cannot write R variable");
+    nc({"fault", "clear"});
 }
 
 void TestSiemensNC::rVariableChecks()
 {
-    QFETCH(bool, write);
-    QFETCH(int, index);
-    QFETCH(int, count);
-    QFETCH(int, valueCount);
-    QFETCH(QString, faultOp);
-    QFETCH(QString, faultAddress);
-    QFETCH(QString, errInfo);
-
-    CSiemensNC service(applDir(), nullptr);
-    if (!faultOp.isEmpty())
-        fault(faultOp, faultAddress);
-    QString text = kUntouched;
-    bool ok = false;
-    if (write) {
-        ok = service.ProcessWriteRVar(index, count, QList<double>(QVector<double>(valueCount, 7.0).toList()), text);
-    } else {
+    const QString count = "/Channel/Configuration/numRParams", r = "/Channel/Parameter/r";
+    // The NC's count unreadable in the first rows proves that the checks of
+    // the arguments come before any question to the NC.
+    const struct { bool write; int index, count, values; QString faultOp, faultAddress, errInfo; } rows[] = {
+        {false, -1, 1, 0, "read", count, "Invalid index"}, {false, 0, 0, 0, "read", count, "Invalid count"},
+        {true, -1, 1, 1, "read", count, "Invalid index"}, {true, 0, 0, 0, "read", count, "Invalid count"},
+        {true, 0, 3, 2, "read", count, "Invalid values"},
+        {false, 0, 1, 0, "read", count, "Cannot get the count of R variable"},
+        {true, 0, 1, 1, "read", count, "Cannot get the count of R variable"},
+        {false, 299, 1, 0, "", "", kUntouched}, {false, 299, 2, 0, "", "", "Address out of range [0, 299]"},
+        {true, 299, 2, 2, "", "", "Address out of range [0, 299]"},
+        {false, 5, 2, 0, "read", r, "Cannot read R variable"}, {true, 5, 2, 2, "write", r, "Cannot write R variable"}};
+    for (const auto& row : rows) {
+        nc({"fault", "clear"});
+        CSiemensNC service(applDir(), nullptr);
+        if (!row.faultOp.isEmpty())
+            fault(row.faultOp, row.faultAddress);
+        QString text = kUntouched;
         QList<double> values;
-        ok = service.ProcessReadRVar(index, count, values, text);
+        const bool ok = row.write ? service.ProcessWriteRVar(row.index, row.count, QVector<double>(row.values, 7.0).toList(), text)
+                                  : service.ProcessReadRVar(row.index, row.count, values, text);
+        QVERIFY2(text == row.errInfo && ok == (row.errInfo == kUntouched), qPrintable(QString::number(row.index) + ": " + text));
     }
-    QCOMPARE(text, errInfo);
-    QCOMPARE(ok, errInfo == kUntouched);
 }
 
-void TestSiemensNC::rVariablesReachTheNc()
+void TestSiemensNC::rVariablesSkipPositionAndPrograms()
 {
+    // The version file is found from the first oem folder of the application folder's path.
+    QCOMPARE(CSiemensNC("/m/card/oem/x/oem/appl", nullptr).VersionFile(), QStringLiteral("/m/card/versions.xml"));
+    QCOMPARE(CSiemensNC("/oem/sinumerik/appl", nullptr).VersionFile(), QString());
+    QCOMPARE(CSiemensNC("/card/OEM/sinumerik/appl", nullptr).VersionFile(), QString());
+
     CSiemensNC service(applDir(), nullptr);
     QString errInfo = kUntouched;
     QVERIFY(service.ProcessWriteRVar(297, 3, {1.5, -2.0, 300.125}, errInfo));
-    QCOMPARE(ncGet(QStringLiteral("/Channel/Parameter/r[u1,297,#3]")), QStringLiteral("1.5\n-2\n300.125"));
-    nc({QStringLiteral("set"), QStringLiteral("/Channel/Parameter/r[u1,0]"), QStringLiteral("0.25")});
+    QCOMPARE(m_nc->control({"get", "/Channel/Parameter/r[u1,297,#3]"}).out.trimmed(), QStringLiteral("1.5\n-2\n300.125"));
+    nc({"set", "/Channel/Parameter/r[u1,0]", "0.25"});
     QList<double> values;
     QVERIFY(service.ProcessReadRVar(0, 1, values, errInfo));
     QCOMPARE(values, QList<double>{0.25});
     QCOMPARE(errInfo, kUntouched);
-
     // The count is asked anew each time: a machine with fewer R parameters
     // refuses what it accepted before.
-    nc({QStringLiteral("set"), QStringLiteral("/Channel/Configuration/numRParams[u1,1]"), QStringLiteral("100")});
+    nc({"set", "/Channel/Configuration/numRParams[u1,1]", "100"});
     QVERIFY(!service.ProcessReadRVar(297, 3, values, errInfo));
     QCOMPARE(errInfo, QStringLiteral("Address out of range [0, 99]"));
-}
 
-void TestSiemensNC::skipPositionIsZeroWhateverTheNc()
-{
-    CSiemensNC service(applDir(), nullptr);
-    fault(QStringLiteral("*"), QStringLiteral("*"));
-    double v[6] = {1, 2, 3, 4, 5, 6};
-    QString errInfo = kUntouched;
-    QVERIFY(service.ProcessGetSkipPosition(v[0], v[1], v[2], v[3], v[4], v[5], errInfo));
-    for (double d : v)
-        QCOMPARE(d, 0.0);
-    QCOMPARE(errInfo, kUntouched);
-}
-
-void TestSiemensNC::selectProgram()
-{
-    CSiemensNC service(applDir(), nullptr);
-    QString errInfo;
-    QVERIFY(!service.ProcessSelectProgram(QStringLiteral("//NC/WKS.DIR/TELMOR.WPD/MISSING.MPF"), errInfo));
+    QVERIFY(!service.ProcessSelectProgram("//NC/WKS.DIR/TELMOR.WPD/MISSING.MPF", errInfo));
     QCOMPARE(errInfo, QStringLiteral("Program does not exist"));
-
     // A service that cannot tell has not found it, whatever its code.
-    fault(QStringLiteral("exist"), QStringLiteral("//NC/MPF.DIR/MAIN.MPF"), QStringLiteral("0x81501005"));
+    fault("exist", "//NC/MPF.DIR/MAIN.MPF", "0x81501005");
     errInfo.clear();
-    QVERIFY(!service.ProcessSelectProgram(QStringLiteral("//NC/MPF.DIR/MAIN.MPF"), errInfo));
+    QVERIFY(!service.ProcessSelectProgram("//NC/MPF.DIR/MAIN.MPF", errInfo));
     QCOMPARE(errInfo, QStringLiteral("Program does not exist"));
-    nc({QStringLiteral("fault"), QStringLiteral("clear")});
-
+    nc({"fault", "clear"});
     errInfo = kUntouched;
-    QVERIFY(service.ProcessSelectProgram(QStringLiteral("//NC/MPF.DIR/MAIN.MPF"), errInfo));
+    QVERIFY(service.ProcessSelectProgram("//NC/MPF.DIR/MAIN.MPF", errInfo));
     QCOMPARE(errInfo, kUntouched);
     QCOMPARE(m_nc->selectedProgram(), QStringLiteral("//NC/MPF.DIR/MAIN.MPF"));
-
     // While the selected program runs, the channel takes no other.
-    QVERIFY(QFile::copy(m_nc->machineDir() + QStringLiteral("/nc/MPF.DIR/MAIN.MPF"),
-                        m_nc->machineDir() + QStringLiteral("/nc/MPF.DIR/OTHER.MPF")));
-    QVERIFY(m_nc->setOperatingMode(VirtualNc::ModeAuto));
-    QVERIFY(m_nc->startProgram());
-    QVERIFY(!service.ProcessSelectProgram(QStringLiteral("//NC/MPF.DIR/OTHER.MPF"), errInfo));
+    QVERIFY(QFile::copy(m_nc->machineDir() + "/nc/MPF.DIR/MAIN.MPF", m_nc->machineDir() + "/nc/MPF.DIR/OTHER.MPF"));
+    QVERIFY(m_nc->setOperatingMode(VirtualNc::ModeAuto) && m_nc->startProgram());
+    QVERIFY(!service.ProcessSelectProgram("//NC/MPF.DIR/OTHER.MPF", errInfo));
     QCOMPARE(errInfo, QStringLiteral("Cannot select program (0x8300c4b0)"));
     QCOMPARE(m_nc->selectedProgram(), QStringLiteral("//NC/MPF.DIR/MAIN.MPF"));
+
+    // The skip position is zero whatever the NC.
+    fault("*", "*");
+    double v[6] = {1, 2, 3, 4, 5, 6};
+    errInfo = kUntouched;
+    QVERIFY(service.ProcessGetSkipPosition(v[0], v[1], v[2], v[3], v[4], v[5], errInfo));
+    QCOMPARE(QVector<double>(v, v + 6), QVector<double>(6, 0.0));
+    QCOMPARE(errInfo, kUntouched);
 }
 
 void TestSiemensNC::machineConfiguration_data()
@@ -217,26 +147,16 @@ void TestSiemensNC::machineConfiguration_data()
     QTest::addColumn<QStringList>("readFaults");
     QTest::addColumn<bool>("withVersionFile");
     QTest::addColumn<QString>("document");
-
-    QTest::newRow("template machine")
-        << QStringList() << true
-        << kXmlHead + QStringLiteral("<Machine><Manufacturer>Siemens</Manufacturer><Model>840D sl</Model>"
-                                     "<Version>04.95.00.00</Version><CncType>Milling</CncType><Unit>MM</Unit><Axes>")
-               + kTemplateAxes + QStringLiteral("</Axes></Machine>");
-    QTest::newRow("no axes")
-        << QStringList{QStringLiteral("/Channel/Configuration/numMachAxes")} << true
-        << kXmlHead + QStringLiteral("<Machine><Manufacturer>Siemens</Manufacturer><Model>840D sl</Model>"
-                                     "<Version>04.95.00.00</Version><CncType>Milling</CncType><Unit>MM</Unit>"
-                                     "<Axes></Axes></Machine>");
+    const QString known = kXmlHead + "<Machine><Manufacturer>Siemens</Manufacturer><Model>840D sl</Model>"
+                                     "<Version>04.95.00.00</Version><CncType>Milling</CncType><Unit>MM</Unit><Axes>";
+    QTest::newRow("template machine") << QStringList() << true << known + axesXml() + "</Axes></Machine>";
+    QTest::newRow("no axes") << QStringList{"/Channel/Configuration/numMachAxes"} << true << known + "</Axes></Machine>";
     // Nothing of the machine data readable and no version file: empty
     // elements, and still an answer.
     QTest::newRow("machine data unreadable")
-        << QStringList{QStringLiteral("/NC/_N_CH_TEA_ACX/*"), QStringLiteral("/NC/_N_NC_TEA_ACX/*"),
-                       QStringLiteral("/Nck/Configuration/nckType")}
-        << false
-        << kXmlHead + QStringLiteral("<Machine><Manufacturer>Siemens</Manufacturer><Model></Model><Version></Version>"
-                                     "<CncType></CncType><Unit>MM</Unit><Axes>")
-               + kTemplateAxes + QStringLiteral("</Axes></Machine>");
+        << QStringList{"/NC/_N_CH_TEA_ACX/*", "/NC/_N_NC_TEA_ACX/*", "/Nck/Configuration/nckType"} << false
+        << kXmlHead + "<Machine><Manufacturer>Siemens</Manufacturer><Model></Model><Version></Version>"
+                      "<CncType></CncType><Unit>MM</Unit><Axes>" + axesXml() + "</Axes></Machine>";
 }
 
 void TestSiemensNC::machineConfiguration()
@@ -244,22 +164,19 @@ void TestSiemensNC::machineConfiguration()
     QFETCH(QStringList, readFaults);
     QFETCH(bool, withVersionFile);
     QFETCH(QString, document);
-
     for (const QString& address : readFaults)
-        fault(QStringLiteral("read"), address);
-    CSiemensNC service(withVersionFile ? applDir() : m_dir.path() + QStringLiteral("/appl"), nullptr);
+        fault("read", address);
+    CSiemensNC service(withVersionFile ? applDir() : m_dir.path() + "/appl", nullptr);
     QCOMPARE(service.Initialize(), 0);
-
     QString content;
     QString errInfo = kUntouched;
     QVERIFY(service.ProcessGetMachineConfiguration(content, errInfo));
     QCOMPARE(content, document);
     QCOMPARE(errInfo, kUntouched);
-
     // The definition of the start is answered, without the NC: a changed or
     // unreachable NC gives the same text.
-    nc({QStringLiteral("set"), QStringLiteral("/Nck/Configuration/nckType[1]"), QStringLiteral("16000")});
-    fault(QStringLiteral("*"), QStringLiteral("*"));
+    nc({"set", "/Nck/Configuration/nckType[1]", "16000"});
+    fault("*", "*");
     content.clear();
     QVERIFY(service.ProcessGetMachineConfiguration(content, errInfo));
     QCOMPARE(content, document);
@@ -272,25 +189,15 @@ void TestSiemensNC::calibrationResultIsReadAtEachRequest()
     QString content;
     QString errInfo = kUntouched;
     QVERIFY(service.ProcessGetCalibrationResult(content, errInfo));
-    QCOMPARE(content, kXmlHead
-                          + QStringLiteral("<Rotabs>"
-                                           "<Rotab><Type>base</Type><X>0</X><Y>0</Y><Z>185.5</Z><I>0</I><J>0</J><K>1</K></Rotab>"
-                                           "<Rotab><Type>part</Type><X>12.5</X><Y>-3.25</Y><Z>285.5</Z><I>0</I><J>0</J><K>1</K></Rotab>"
-                                           "</Rotabs>"));
+    QCOMPARE(content, rotabs("<X>0</X><Y>0</Y><Z>185.5</Z>", "<X>12.5</X><Y>-3.25</Y><Z>285.5</Z>"));
     QCOMPARE(errInfo, kUntouched);
-
     // A new calibration shows at once, in six significant digits; without
     // the joint offset the part lies where the base does.
-    nc({QStringLiteral("set"), QStringLiteral("/NC/_N_CH_TEA_ACX/$MC_TRAFO5_BASE_TOOL_1[U1,1,#3]"),
-        QStringLiteral("123456.789,0.5,-1")});
-    fault(QStringLiteral("read"), QStringLiteral("/NC/_N_CH_TEA_ACX/$MC_TRAFO5_JOINT_OFFSET_1"));
+    nc({"set", "/NC/_N_CH_TEA_ACX/$MC_TRAFO5_BASE_TOOL_1[U1,1,#3]", "123456.789,0.5,-1"});
+    fault("read", "/NC/_N_CH_TEA_ACX/$MC_TRAFO5_JOINT_OFFSET_1");
     content.clear();
     QVERIFY(service.ProcessGetCalibrationResult(content, errInfo));
-    QCOMPARE(content, kXmlHead
-                          + QStringLiteral("<Rotabs>"
-                                           "<Rotab><Type>base</Type><X>123457</X><Y>0.5</Y><Z>-1</Z><I>0</I><J>0</J><K>1</K></Rotab>"
-                                           "<Rotab><Type>part</Type><X>123457</X><Y>0.5</Y><Z>-1</Z><I>0</I><J>0</J><K>1</K></Rotab>"
-                                           "</Rotabs>"));
+    QCOMPARE(content, rotabs("<X>123457</X><Y>0.5</Y><Z>-1</Z>", "<X>123457</X><Y>0.5</Y><Z>-1</Z>"));
 }
 
 QTEST_GUILESS_MAIN(TestSiemensNC)

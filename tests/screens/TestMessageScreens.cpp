@@ -29,10 +29,8 @@ using namespace NetLinkFixture;
 namespace {
 // The keys of the vertical bar by action: position and the code the sender
 // gets back.
-const QMap<QString, QPair<int, int>> kKeys{
-    {QStringLiteral("doAbort"), {2, 3}}, {QStringLiteral("doRetry"), {3, 4}}, {QStringLiteral("doIgnore"), {4, 5}},
-    {QStringLiteral("doYes"), {5, 6}},   {QStringLiteral("doNo"), {6, 7}},    {QStringLiteral("doCancel"), {7, 2}},
-    {QStringLiteral("doOK"), {8, 1}}};
+const QMap<QString, QPair<int, int>> kKeys{{"doAbort", {2, 3}}, {"doRetry", {3, 4}}, {"doIgnore", {4, 5}}, {"doYes", {5, 6}},
+                                              {"doNo", {6, 7}},     {"doCancel", {7, 2}}, {"doOK", {8, 1}}};
 } // namespace
 
 class TestMessageScreens : public QObject
@@ -50,13 +48,13 @@ private slots:
 
 private:
     std::unique_ptr<QProcess> StartMessage(const QStringList& args);
-    static ClientRun Finish(QProcess* process);
+    void Answer(QProcess* client, const QString& key, const QString& out);
     CtlResult Hmi(const QStringList& args)
     {
-        return CtlClient::call(m_machine.path(), QStringList{QStringLiteral("hmi")} + args, 20000);
+        return CtlClient::call(m_machine.path(), QStringList{"hmi"} + args, 20000);
     }
     QJsonObject State();
-    QString Read(const QString& widget) { return Hmi({QStringLiteral("read"), widget}).out.trimmed(); }
+    QString Read(const QString& widget) { return Hmi({"read", widget}).out.trimmed(); }
     // Positions 2 to 8 of the vertical bar that are enabled.
     QList<int> EnabledKeys();
     bool ShowsMessage(const QString& text);
@@ -78,18 +76,17 @@ void TestMessageScreens::initTestCase()
     const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' --net-server %3 '%4' >/dev/null")
                                 .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), m_server, m_machine.path());
     QVERIFY(std::system(install.toLocal8Bit().constData()) == 0);
-    m_hmi.start(BinaryDir() + QStringLiteral("/bin/harvel-hmi"),
-                {QStringLiteral("--machine"), m_machine.path(), QStringLiteral("--headless")});
+    m_hmi.start(BinaryDir() + "/bin/harvel-hmi", {"--machine", m_machine.path(), "--headless"});
     QVERIFY(m_hmi.waitForStarted(20000));
-    QTRY_VERIFY_WITH_TIMEOUT(Hmi({QStringLiteral("areas")}).code == 0, 60000);
+    QTRY_VERIFY_WITH_TIMEOUT(Hmi({"areas"}).code == 0, 60000);
     // The area starts although its log screen is not part of this build.
-    QVERIFY(Hmi({QStringLiteral("areas")}).out.contains(QStringLiteral("Norvane SiemensHarvel ok")));
+    QVERIFY(Hmi({"areas"}).out.contains(QStringLiteral("Norvane SiemensHarvel ok")));
 }
 
 void TestMessageScreens::cleanupTestCase()
 {
     if (m_hmi.state() == QProcess::Running) {
-        CtlClient::call(m_machine.path(), {QStringLiteral("quit")}, 20000);
+        CtlClient::call(m_machine.path(), {"quit"}, 20000);
         QVERIFY(m_hmi.waitForFinished(60000));
         QCOMPARE(m_hmi.exitCode(), 0);
     }
@@ -98,84 +95,59 @@ void TestMessageScreens::cleanupTestCase()
 std::unique_ptr<QProcess> TestMessageScreens::StartMessage(const QStringList& args)
 {
     std::unique_ptr<QProcess> process(new QProcess);
-    process->start(BinaryDir() + QStringLiteral("/bin/harvel-client"),
-                   QStringList{QStringLiteral("--server"), m_server, QStringLiteral("message")} + args);
+    process->start(BinaryDir() + "/bin/harvel-client", QStringList{"--server", m_server, "message"} + args);
     return process;
 }
 
-ClientRun TestMessageScreens::Finish(QProcess* process)
+// Presses the key and checks what the waiting harvel-client got back.
+void TestMessageScreens::Answer(QProcess* client, const QString& key, const QString& out)
 {
-    ClientRun run;
-    QElapsedTimer waited;
-    waited.start();
-    // The HMI's main thread is this one: it must keep serving while the
-    // client waits for its answer.
-    while (process->state() != QProcess::NotRunning && waited.elapsed() < 60000)
-        QTest::qWait(20);
-    if (process->state() != QProcess::NotRunning) {
-        process->kill();
-        process->waitForFinished();
-        run.err = QStringLiteral("harvel-client did not finish");
-        return run;
-    }
-    run.exitCode = process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
-    run.out = QString::fromUtf8(process->readAllStandardOutput());
-    run.err = QString::fromUtf8(process->readAllStandardError());
-    return run;
+    QCOMPARE(Hmi({"key", key}).code, 0);
+    QVERIFY2(client->waitForFinished(60000) && client->exitCode() == 0, client->readAllStandardError().constData());
+    QCOMPARE(QString::fromUtf8(client->readAllStandardOutput()), out);
 }
 
 QJsonObject TestMessageScreens::State()
 {
-    return QJsonDocument::fromJson(Hmi({QStringLiteral("state"), QStringLiteral("--json")}).out.toUtf8()).object();
+    return QJsonDocument::fromJson(Hmi({"state", "--json"}).out.toUtf8()).object();
 }
 
 QList<int> TestMessageScreens::EnabledKeys()
 {
     QList<int> enabled;
-    const QJsonArray keys =
-        State().value(QStringLiteral("softkeys")).toObject().value(QStringLiteral("myVr")).toArray();
-    for (const QJsonValue& v : keys) {
+    for (const QJsonValue& v : State().value("softkeys").toObject().value("myVr").toArray()) {
         const QJsonObject key = v.toObject();
-        if (key.value(QStringLiteral("position")).toInt() >= 2 && key.value(QStringLiteral("enabled")).toBool())
-            enabled << key.value(QStringLiteral("position")).toInt();
+        if (key.value("position").toInt() >= 2 && key.value("enabled").toBool())
+            enabled << key.value("position").toInt();
     }
     return enabled;
 }
 
 bool TestMessageScreens::ShowsMessage(const QString& text)
 {
-    return State().value(QStringLiteral("screen")).toString() == QLatin1String("screenIMSG")
-           && Read(QStringLiteral("textMessage")) == text;
+    return State().value("screen").toString() == QLatin1String("screenIMSG") && Read("textMessage") == text;
 }
 
 void TestMessageScreens::everyStyleAnsweredWithEachOfItsKeys()
 {
-    const QList<QStringList> styles{{QStringLiteral("doOK")},
-                                    {QStringLiteral("doCancel"), QStringLiteral("doOK")},
-                                    {QStringLiteral("doAbort"), QStringLiteral("doRetry"), QStringLiteral("doIgnore")},
-                                    {QStringLiteral("doYes"), QStringLiteral("doNo"), QStringLiteral("doCancel")},
-                                    {QStringLiteral("doYes"), QStringLiteral("doNo")},
-                                    {QStringLiteral("doRetry"), QStringLiteral("doCancel")}};
-    QCOMPARE(State().value(QStringLiteral("area")).toString(), QStringLiteral("AreaMachine"));
+    const QList<QStringList> styles{{"doOK"}, {"doCancel", "doOK"}, {"doAbort", "doRetry", "doIgnore"},
+                                    {"doYes", "doNo", "doCancel"}, {"doYes", "doNo"}, {"doRetry", "doCancel"}};
+    QCOMPARE(State().value("area").toString(), QStringLiteral("AreaMachine"));
     int count = 0;
     for (int style = 0; style < styles.size(); ++style) {
         for (const QString& action : styles.at(style)) {
             const int type = count % 2;
             const QString id = QString::number(1000 + count);
             const QString text = QStringLiteral("Style %1, answered with %2").arg(style).arg(action);
-            std::unique_ptr<QProcess> client =
-                StartMessage({QStringLiteral("--type"), QString::number(type), QStringLiteral("--style"),
-                              QString::number(style), QStringLiteral("--text"), text, QStringLiteral("--input-name"),
-                              QStringLiteral("Measured value"), QStringLiteral("--id"), id});
+            std::unique_ptr<QProcess> client = StartMessage({"--type", QString::number(type), "--style", QString::number(style),
+                                                             "--text", text, "--input-name", "Measured value", "--id", id});
             QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(text), 20000);
             QJsonObject state = State();
-            QCOMPARE(state.value(QStringLiteral("area")).toString(), QStringLiteral("Norvane"));
-            QCOMPARE(state.value(QStringLiteral("caption")).toArray(),
-                     QJsonArray{QStringLiteral("Interactive Message")});
-            const QJsonArray status = state.value(QStringLiteral("status")).toArray();
+            QCOMPARE(state.value("area").toString(), QStringLiteral("Norvane"));
+            QCOMPARE(state.value("caption").toArray(), QJsonArray{"Interactive Message"});
+            const QJsonArray status = state.value("status").toArray();
             QCOMPARE(status.at(0).toString(), QStringLiteral("ID: %1").arg(id));
-            QVERIFY2(QRegularExpression(QStringLiteral(R"(^Sender: 127\.0\.0\.1:\d+$)"))
-                         .match(status.at(1).toString()).hasMatch(),
+            QVERIFY2(QRegularExpression(R"(^Sender: 127\.0\.0\.1:\d+$)").match(status.at(1).toString()).hasMatch(),
                      qPrintable(status.at(1).toString()));
             QList<int> expected;
             for (const QString& key : styles.at(style))
@@ -186,33 +158,27 @@ void TestMessageScreens::everyStyleAnsweredWithEachOfItsKeys()
             if (count == 0) {
                 // Nothing else may be done until the message is answered, and
                 // a rebuilt bar gets the keys of the style, not the defaults.
-                CtlResult r = Hmi({QStringLiteral("area"), QStringLiteral("AreaMachine")});
-                QCOMPARE(r.code, 1);
-                QVERIFY2(r.err.contains(QStringLiteral("cannot be left")), qPrintable(r.err));
-                QCOMPARE(Hmi({QStringLiteral("area"), QStringLiteral("Norvane")}).code, 0);
+                const CtlResult r = Hmi({"area", "AreaMachine"});
+                QVERIFY2(r.code == 1 && r.err.contains("cannot be left"), qPrintable(r.err));
+                QCOMPARE(Hmi({"area", "Norvane"}).code, 0);
                 QCOMPARE(EnabledKeys(), expected);
             }
 
             QString input;
             if (type == 1) {
-                QCOMPARE(Read(QStringLiteral("labelInputName")), QStringLiteral("Measured value:"));
-                QCOMPARE(state.value(QStringLiteral("focus")).toString(), QStringLiteral("textInput"));
+                QCOMPARE(Read("labelInputName"), QStringLiteral("Measured value:"));
+                QCOMPARE(state.value("focus").toString(), QStringLiteral("textInput"));
                 input = QStringLiteral("%1 = %2 mm").arg(action).arg(style);
-                QCOMPARE(Hmi({QStringLiteral("type"), input}).code, 0);
+                QCOMPARE(Hmi({"type", input}).code, 0);
             }
-            QCOMPARE(Hmi({QStringLiteral("key"), action}).code, 0);
-            const ClientRun run = Finish(client.get());
-            QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-            QCOMPARE(run.out, QStringLiteral("button=%1\ninput=%2\n").arg(kKeys.value(action).second).arg(input));
+            Answer(client.get(), action, QStringLiteral("button=%1\ninput=%2\n").arg(kKeys.value(action).second).arg(input));
             // The area had shown no screen: the message comes back to the
             // log screen, which stands in for a screen of last resort.
-            state = State();
-            QCOMPARE(state.value(QStringLiteral("screen")).toString(), QStringLiteral("screenLog"));
-            QCOMPARE(state.value(QStringLiteral("modal")).toInt(), 0);
+            QCOMPARE(State().value("screen").toString() + State().value("modal").toVariant().toString(), QStringLiteral("screenLog0"));
             ++count;
         }
     }
-    QCOMPARE(Hmi({QStringLiteral("area"), QStringLiteral("AreaMachine")}).code, 0);
+    QCOMPARE(Hmi({"area", "AreaMachine"}).code, 0);
 }
 
 void TestMessageScreens::textsReachTheScreenAsSent()
@@ -221,63 +187,44 @@ void TestMessageScreens::textsReachTheScreenAsSent()
     // screen are text; they neither cut the message nor set the style.
     const QString text = QStringLiteral("Probe T12: Ø = 3 mm  -slgfwprop3 formIMSG.propMsgStyle=5 -slgfwprop4 x");
     std::unique_ptr<QProcess> client =
-        StartMessage({QStringLiteral("--type"), QStringLiteral("1"), QStringLiteral("--style"), QStringLiteral("4"),
-                      QStringLiteral("--text"), text, QStringLiteral("--input-name"), QStringLiteral("Depth:"),
-                      QStringLiteral("--id"), QStringLiteral("4294967296")});
+        StartMessage({"--type", "1", "--style", "4", "--text", text, "--input-name", "Depth:", "--id", "4294967296"});
     QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(text), 20000);
     QCOMPARE(EnabledKeys(), QList<int>({5, 6}));
-    QCOMPARE(Read(QStringLiteral("labelInputName")), QStringLiteral("Depth:"));
+    QCOMPARE(Read("labelInputName"), QStringLiteral("Depth:"));
     // The identifier does not fit the screen's int; what the conversion
     // leaves is shown.
-    QCOMPARE(State().value(QStringLiteral("status")).toArray().at(0).toString(), QStringLiteral("ID: 0"));
-    QCOMPARE(Hmi({QStringLiteral("type"), QStringLiteral("a b = c: ä")}).code, 0);
-    QCOMPARE(Hmi({QStringLiteral("key"), QStringLiteral("doNo")}).code, 0);
-    ClientRun run = Finish(client.get());
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(run.out, QStringLiteral("button=7\ninput=a b = c: ä\n"));
+    QCOMPARE(State().value("status").toArray().at(0).toString(), QStringLiteral("ID: 0"));
+    QCOMPARE(Hmi({"type", "a b = c: ä"}).code, 0);
+    Answer(client.get(), "doNo", QStringLiteral("button=7\ninput=a b = c: ä\n"));
 
     // Out of range: type 2 is a plain message, style 6 an OK; the input of
     // the message before is not shown or sent again.
-    client = StartMessage({QStringLiteral("--type"), QStringLiteral("2"), QStringLiteral("--style"),
-                           QStringLiteral("6"), QStringLiteral("--text"), QStringLiteral("Out of range")});
+    client = StartMessage({"--type", "2", "--style", "6", "--text", "Out of range"});
     QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(QStringLiteral("Out of range")), 20000);
     QCOMPARE(EnabledKeys(), QList<int>({8}));
-    QVERIFY(State().value(QStringLiteral("focus")).toString() != QLatin1String("textInput"));
-    QCOMPARE(Hmi({QStringLiteral("key"), QStringLiteral("doOK")}).code, 0);
-    run = Finish(client.get());
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(run.out, QStringLiteral("button=1\ninput=\n"));
+    QVERIFY(State().value("focus").toString() != QLatin1String("textInput"));
+    Answer(client.get(), "doOK", QStringLiteral("button=1\ninput=\n"));
 }
 
 void TestMessageScreens::secondMessageWhileTheFirstStands()
 {
-    std::unique_ptr<QProcess> first =
-        StartMessage({QStringLiteral("--type"), QStringLiteral("0"), QStringLiteral("--style"), QStringLiteral("3"),
-                      QStringLiteral("--text"), QStringLiteral("First"), QStringLiteral("--id"), QStringLiteral("1")});
+    std::unique_ptr<QProcess> first = StartMessage({"--type", "0", "--style", "3", "--text", "First", "--id", "1"});
     QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(QStringLiteral("First")), 20000);
-    std::unique_ptr<QProcess> second = StartMessage(
-        {QStringLiteral("--type"), QStringLiteral("1"), QStringLiteral("--style"), QStringLiteral("0"),
-         QStringLiteral("--text"), QStringLiteral("Second"), QStringLiteral("--input-name"), QStringLiteral("Code"),
-         QStringLiteral("--id"), QStringLiteral("2")});
+    std::unique_ptr<QProcess> second =
+        StartMessage({"--type", "1", "--style", "0", "--text", "Second", "--input-name", "Code", "--id", "2"});
     QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(QStringLiteral("Second")), 20000);
     QCOMPARE(EnabledKeys(), QList<int>({8}));
-    QCOMPARE(Hmi({QStringLiteral("type"), QStringLiteral("42")}).code, 0);
-    QCOMPARE(Hmi({QStringLiteral("key"), QStringLiteral("doOK")}).code, 0);
-    ClientRun run = Finish(second.get());
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(run.out, QStringLiteral("button=1\ninput=42\n"));
+    QCOMPARE(Hmi({"type", "42"}).code, 0);
+    Answer(second.get(), "doOK", QStringLiteral("button=1\ninput=42\n"));
     QCOMPARE(first->state(), QProcess::Running);
 
     // The first message stands again as it was, and still holds the area.
     QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(QStringLiteral("First")), 20000);
     QCOMPARE(EnabledKeys(), QList<int>({5, 6, 7}));
-    QCOMPARE(State().value(QStringLiteral("status")).toArray().at(0).toString(), QStringLiteral("ID: 1"));
-    QCOMPARE(Hmi({QStringLiteral("area"), QStringLiteral("AreaMachine")}).code, 1);
-    QCOMPARE(Hmi({QStringLiteral("key"), QStringLiteral("doNo")}).code, 0);
-    run = Finish(first.get());
-    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
-    QCOMPARE(run.out, QStringLiteral("button=7\ninput=\n"));
-    QCOMPARE(State().value(QStringLiteral("modal")).toInt(), 0);
+    QCOMPARE(State().value("status").toArray().at(0).toString(), QStringLiteral("ID: 1"));
+    QCOMPARE(Hmi({"area", "AreaMachine"}).code, 1);
+    Answer(first.get(), "doNo", QStringLiteral("button=7\ninput=\n"));
+    QCOMPARE(State().value("modal").toInt(), 0);
 }
 
 void TestMessageScreens::queryScreenAnswersOnlyOkWithYes()
@@ -289,32 +236,27 @@ void TestMessageScreens::queryScreenAnswersOnlyOkWithYes()
                                 .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), machine.path());
     QVERIFY(std::system(install.toLocal8Bit().constData()) == 0);
     HmiHost host;
-    const QStringList problems = host.start(machine.path());
-    QVERIFY2(problems.isEmpty(), qPrintable(problems.join(QLatin1Char('\n'))));
+    QCOMPARE(host.start(machine.path()), QStringList());
     auto hmi = [&host](const QStringList& args) { return host.command(QStringList{QStringLiteral("hmi")} + args); };
-    QCOMPARE(hmi({QStringLiteral("area"), QStringLiteral("Norvane")}).code, 0);
+    QCOMPARE(hmi({"area", "Norvane"}).code, 0);
     SlGfwHmiDialog* dialog = host.framework()->currentDialog();
     QVERIFY(dialog);
     const QString back = dialog->activeScreen();
-    // What a screen of the area asks, the way CMiscUtility::ShowMessageDialog
-    // asks it.
-    const QString properties = QStringLiteral("-slgfwprop1 formMessage.propCaption=Delete -slgfwprop2 "
-                                              "formMessage.propBackScreen=%1 -slgfwprop3 formMessage.propMessage="
-                                              "Delete <b>all</b> files = yes?")
-                                   .arg(back);
+    // What a screen of the area asks, the way CMiscUtility::ShowMessageDialog asks it.
+    const QString properties = "-slgfwprop1 formMessage.propCaption=Delete -slgfwprop2 formMessage.propBackScreen=" + back +
+                               " -slgfwprop3 formMessage.propMessage=Delete <b>all</b> files = yes?";
     for (const QString& action : {QStringLiteral("doCancel"), QStringLiteral("doOK")}) {
         QJsonObject seen;
         QString label;
         QTimer::singleShot(0, this, [&] {
-            seen = QJsonDocument::fromJson(hmi({QStringLiteral("state"), QStringLiteral("--json")}).out.toUtf8())
-                       .object();
-            label = hmi({QStringLiteral("read"), QStringLiteral("labelMessage")}).out.trimmed();
-            hmi({QStringLiteral("key"), action});
+            seen = QJsonDocument::fromJson(hmi({"state", "--json"}).out.toUtf8()).object();
+            label = hmi({"read", "labelMessage"}).out.trimmed();
+            hmi({"key", action});
         });
         const QVariant result = dialog->execModalScreen(QStringLiteral("screenMessage"), properties);
-        QCOMPARE(seen.value(QStringLiteral("screen")).toString(), QStringLiteral("screenMessage"));
-        QCOMPARE(seen.value(QStringLiteral("caption")).toArray(), QJsonArray{QStringLiteral("Delete")});
-        QVERIFY(seen.value(QStringLiteral("status")).toArray().isEmpty());
+        QCOMPARE(seen.value("screen").toString(), QStringLiteral("screenMessage"));
+        QCOMPARE(seen.value("caption").toArray(), QJsonArray{QStringLiteral("Delete")});
+        QVERIFY(seen.value("status").toArray().isEmpty());
         QCOMPARE(label, QStringLiteral("Delete <b>all</b> files = yes?"));
         QCOMPARE(result.toString(), action == QLatin1String("doOK") ? QStringLiteral("OK") : QString());
         QCOMPARE(dialog->activeScreen(), back);

@@ -12,11 +12,9 @@ struct MachineFixture
     QTemporaryDir tmp;
     QScopedPointer<VirtualNc> nc;
 
-    explicit MachineFixture(VirtualNc::Variant variant = VirtualNc::Variant::Commissioned)
-    {
-        open(variant);
-    }
-    QString dir() const { return tmp.path() + QStringLiteral("/machine"); }
+    explicit MachineFixture(VirtualNc::Variant variant = VirtualNc::Variant::Commissioned) { open(variant); }
+    QString dir() const { return tmp.path() + "/machine"; }
+    QString path(const QString& rel) const { return dir() + '/' + rel; }
     bool open(VirtualNc::Variant variant = VirtualNc::Variant::Commissioned)
     {
         nc.reset();
@@ -26,7 +24,6 @@ struct MachineFixture
             qWarning("cannot open machine: %s", qPrintable(error));
         return nc;
     }
-    QString path(const QString& rel) const { return dir() + QLatin1Char('/') + rel; }
     static bool writeFile(const QString& path, const QByteArray& data)
     {
         QFile f(path);
