@@ -78,7 +78,7 @@ NetServer::NetServer(const std::string& applDir, const CallbackTable& callbacks)
     m_journalDir = m_applDir + "/zyn/journal";
     m_reqDir = m_applDir + "/zyn/req";
     m_uploadDir = m_applDir + "/zyn/upload";
-    m_paths = std::make_unique<PathPolicy>(m_applDir);
+    m_paths = std::make_shared<const PathPolicy>(m_applDir, std::string());
 }
 
 NetServer::~NetServer()
@@ -138,6 +138,7 @@ bool NetServer::Start(const std::string& ip, unsigned short port)
         return false;
     }
     m_config = config;
+    m_paths = std::make_shared<const PathPolicy>(m_applDir, config.ncFolder);
 
     const CallbackTable callbacks = m_callbacks;
     m_workers = std::make_unique<WorkerPool>(config.maxWorkers, config.maxQueuedRequests);

@@ -51,6 +51,8 @@ public:
     const CallbackTable& Callbacks() const { return m_callbacks; }
     const ServerConfig& Config() const { return m_config; }
     const PathPolicy& Paths() const { return *m_paths; }
+    // For work that may outlive a stop (a worker let go inside a callback).
+    std::shared_ptr<const PathPolicy> SharedPaths() const { return m_paths; }
     const std::string& ApplDir() const { return m_applDir; }
     const std::string& UploadDir() const { return m_uploadDir; }
     WorkerPool& Workers() { return *m_workers; }
@@ -71,7 +73,7 @@ private:
     std::string m_uploadDir;
     CallbackTable m_callbacks;
     ServerConfig m_config;
-    std::unique_ptr<PathPolicy> m_paths;
+    std::shared_ptr<const PathPolicy> m_paths;
 
     std::unique_ptr<WorkerPool> m_workers;
     std::unique_ptr<WorkerPool> m_events;
