@@ -199,6 +199,7 @@ bool NetServer::Start(const std::string& ip, unsigned short port)
         return false;
     }
     m_port = static_cast<unsigned short>(boundPort);
+    m_stopping = false;
     if (auto* health = m_server->GetHealthCheckService()) {
         health->SetServingStatus(true);
         for (const char* service : {"harvel.net.v1.Machine", "harvel.net.v1.Files",
@@ -248,6 +249,7 @@ void NetServer::Housekeep()
 
 void NetServer::Stop()
 {
+    m_stopping = true;
     const auto deadline = std::chrono::steady_clock::now() + kStopBudget;
     if (m_housekeeper.joinable()) {
         {
@@ -287,6 +289,11 @@ void NetServer::Stop()
 
 void NetServer::PostEvent(std::function<void()> job)
 {
+    // What the stop itself ends (subscriptions cut off, departures) is
+    // nobody's news: the HMI thread that would hear it is the one stopping
+    // us, and would hold the stop for the whole budget.
+    if (m_stopping)
+        return;
     if (m_events)
         m_events->Submit(std::move(job));
 }

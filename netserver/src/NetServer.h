@@ -4,6 +4,7 @@
 #include "CallbackTable.h"
 #include "ServerConfig.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -38,6 +39,8 @@ public:
     bool Start(const std::string& ip, unsigned short port);
     void Stop();
     unsigned short Port() const { return m_port; }
+    // From the first moment of a stop: nobody is told of what ends now.
+    bool Stopping() const { return m_stopping; }
 
     bool NotifyLogFile(const std::string& file, const std::vector<std::string>& peers);
     bool NotifyJournal(const std::string& journalFile);
@@ -84,6 +87,7 @@ private:
     std::unique_ptr<NotificationService> m_notifications;
     std::unique_ptr<grpc::Server> m_server;
     unsigned short m_port = 0;
+    std::atomic<bool> m_stopping{false};
 
     std::thread m_housekeeper;
     std::mutex m_housekeeperMutex;

@@ -48,6 +48,11 @@ public:
     bool ProcessIMSG(const QString& peer, unsigned long long id, int type, int style, const QString& messageText,
                      const QString& inputName, int& clickedButton, QString& inputValue, QString& errInfo);
 
+    // The sender of a message has stopped waiting for it: the message is
+    // taken down as if the operator had closed it, at once if it is on top,
+    // otherwise as soon as the messages above it have gone.
+    void WithdrawIMSG(const QString& peer, unsigned long long id);
+
     int SetTmrFileVar(int value);
     int SetFindSphereInputs(double sphereRadius, double probeRadius, int workOffset);
     void ReceivedReqFile(const QString& reqFile);
@@ -56,6 +61,15 @@ public:
     QString VersionFile() const { return m_versionFile; }
 
 private:
+    // One message on the screen, in the order of their modal screens.
+    struct tagStandingMsg
+    {
+        QString peer;
+        unsigned long long id = 0;
+        bool withdrawn = false;
+    };
+    void EndWithdrawnOnTop();
+
     bool CheckRVarArgs(int index, int count, QString& errInfo);
     bool CheckRVarRange(int index, int count, QString& errInfo);
 
@@ -68,4 +82,7 @@ private:
     CSiemensAxisPosMonitor* m_pAxisPosMonitor = nullptr;
     tagMachDef m_machDef;
     QString m_versionFile;
+    QList<tagStandingMsg> m_standingMsgs;
+    // Withdrawn before their screens came up.
+    QList<tagStandingMsg> m_withdrawnEarly;
 };
