@@ -349,6 +349,40 @@ bool CSiemensNC::ProcessDownloadFile(const QString& peer, const QString& srcFile
     return true;
 }
 
+void CSiemensNC::WithdrawIMSG(const QString& peer, unsigned long long id)
+{
+    for (int i = m_standingMsgs.size() - 1; i >= 0; --i) {
+        tagStandingMsg& standing = m_standingMsgs[i];
+        if (standing.withdrawn || standing.peer != peer || standing.id != id)
+            continue;
+        standing.withdrawn = true;
+        EndWithdrawnOnTop();
+        return;
+    }
+    // The notice overtook the message on its way to the screen.
+    tagStandingMsg early;
+    early.peer = peer;
+    early.id = id;
+    early.withdrawn = true;
+    m_withdrawnEarly.append(early);
+    while (m_withdrawnEarly.size() > 64)
+        m_withdrawnEarly.removeFirst();
+}
+
+void CSiemensNC::EndWithdrawnOnTop()
+{
+    if (!m_pOwner || m_standingMsgs.isEmpty() || !m_standingMsgs.last().withdrawn)
+        return;
+    // A message below the top must wait: the screens above it came later
+    // and go first. The one on top goes now, and the next withdrawn one
+    // when its own modal screen has returned.
+    SlGfwDialogForm* form = m_pOwner->formRef(QStringLiteral("formIMSG"));
+    if (auto* imsg = qobject_cast<SiemensHarvelFormIMSG*>(form))
+        imsg->Withdraw();
+    if (form)
+        m_pOwner->releaseFormRef(form);
+}
+
 bool CSiemensNC::ProcessIMSG(const QString& peer, unsigned long long id, int type, int style, const QString& messageText,
                              const QString& inputName, int& clickedButton, QString& inputValue, QString& errInfo)
 {
@@ -428,40 +462,6 @@ bool CSiemensNC::ProcessIMSG(const QString& peer, unsigned long long id, int typ
     }
     errInfo = QStringLiteral("Invalid result of the message dialog");
     return false;
-}
-
-void CSiemensNC::WithdrawIMSG(const QString& peer, unsigned long long id)
-{
-    for (int i = m_standingMsgs.size() - 1; i >= 0; --i) {
-        tagStandingMsg& standing = m_standingMsgs[i];
-        if (standing.withdrawn || standing.peer != peer || standing.id != id)
-            continue;
-        standing.withdrawn = true;
-        EndWithdrawnOnTop();
-        return;
-    }
-    // The notice overtook the message on its way to the screen.
-    tagStandingMsg early;
-    early.peer = peer;
-    early.id = id;
-    early.withdrawn = true;
-    m_withdrawnEarly.append(early);
-    while (m_withdrawnEarly.size() > 64)
-        m_withdrawnEarly.removeFirst();
-}
-
-void CSiemensNC::EndWithdrawnOnTop()
-{
-    if (!m_pOwner || m_standingMsgs.isEmpty() || !m_standingMsgs.last().withdrawn)
-        return;
-    // A message below the top must wait: the screens above it came later
-    // and go first. The one on top goes now, and the next withdrawn one
-    // when its own modal screen has returned.
-    SlGfwDialogForm* form = m_pOwner->formRef(QStringLiteral("formIMSG"));
-    if (auto* imsg = qobject_cast<SiemensHarvelFormIMSG*>(form))
-        imsg->Withdraw();
-    if (form)
-        m_pOwner->releaseFormRef(form);
 }
 
 int CSiemensNC::SetTmrFileVar(int value)

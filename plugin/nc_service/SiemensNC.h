@@ -43,15 +43,15 @@ public:
     // it is a temporary copy that the net server removes once it is sent.
     bool ProcessDownloadFile(const QString& peer, const QString& srcFileName, QString& dstFileName,
                              bool& dstFileNeedRemove, QString& errInfo);
-    // Shows the message on the operator's screen and returns only when the
-    // operator has answered it.
-    bool ProcessIMSG(const QString& peer, unsigned long long id, int type, int style, const QString& messageText,
-                     const QString& inputName, int& clickedButton, QString& inputValue, QString& errInfo);
-
     // The sender of a message has stopped waiting for it: the message is
     // taken down as if the operator had closed it, at once if it is on top,
     // otherwise as soon as the messages above it have gone.
     void WithdrawIMSG(const QString& peer, unsigned long long id);
+
+    // Shows the message on the operator's screen and returns only when the
+    // operator has answered it.
+    bool ProcessIMSG(const QString& peer, unsigned long long id, int type, int style, const QString& messageText,
+                     const QString& inputName, int& clickedButton, QString& inputValue, QString& errInfo);
 
     int SetTmrFileVar(int value);
     int SetFindSphereInputs(double sphereRadius, double probeRadius, int workOffset);
