@@ -46,6 +46,32 @@ bool Positionals(const CommandLine& line, std::size_t min, std::size_t max, std:
     return true;
 }
 
+// The wire carries text as UTF-8; protobuf would refuse anything else only
+// on the server's side, with an error that names nothing.
+bool ValidUtf8(const std::string& text)
+{
+    std::size_t i = 0;
+    while (i < text.size()) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        int more = c < 0x80 ? 0 : (c & 0xE0) == 0xC0 ? 1 : (c & 0xF0) == 0xE0 ? 2 : (c & 0xF8) == 0xF0 ? 3 : -1;
+        if (more < 0 || (more == 1 && c < 0xC2) || i + std::size_t(more) >= text.size() + (more ? 0 : 1))
+            return false;
+        const unsigned long first = more == 0 ? c : more == 1 ? (c & 0x1F) : more == 2 ? (c & 0x0F) : (c & 0x07);
+        unsigned long code = first;
+        for (int k = 1; k <= more; ++k) {
+            const unsigned char d = static_cast<unsigned char>(text[i + std::size_t(k)]);
+            if ((d & 0xC0) != 0x80)
+                return false;
+            code = (code << 6) | (d & 0x3F);
+        }
+        if ((more == 2 && (code < 0x800 || (code >= 0xD800 && code <= 0xDFFF)))
+            || (more == 3 && (code < 0x10000 || code > 0x10FFFF)))
+            return false;
+        i += std::size_t(more) + 1;
+    }
+    return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -119,6 +145,20 @@ int main(int argc, char** argv)
         return Usage(line.Error());
     const std::vector<std::string>& args = line.Positionals();
     std::string error;
+
+    // What goes to the machine as text; local file names stay here.
+    std::vector<std::string> sent;
+    if (command == "select" || command == "exists" || command == "request"
+        || (command == "download" && !args.empty()))
+        sent.push_back(args.empty() ? std::string() : args[0]);
+    for (const char* option : {"--text", "--input-name", "--name"})
+        if (command != "watch" && line.Has(option))
+            sent.push_back(line.Value(option));
+    for (const std::string& text : sent)
+        if (!ValidUtf8(text)) {
+            std::cerr << "harvel-client: not valid UTF-8, which the machine cannot take: " << text << "\n";
+            return NetClient::kFailed;
+        }
 
     // Arguments are checked before anything goes on the wire.
     long long index = 0, count = 0;

@@ -57,6 +57,16 @@ if [ -f "$build/lib/libZynNetServer.so" ]; then
     # protobuf allows one copy of it per process, so it is a library of its own.
     install_file "$build/lib/libharvel_net_proto.so" "$appl/libharvel_net_proto.so"
     install_file "$build/lib/libZynNetServer.so" "$appl/libZynNetServer.so"
+    # The NC's files are host files here: the net server's path fence must
+    # know where //NC/ lies to follow its links (relative to appl/, so that
+    # the machine folder may move).
+    conf="$appl/ZynNetServer.conf"
+    touch "$conf"
+    if grep -q '^[[:space:]]*nc_folder[[:space:]]*=' "$conf"; then
+        sed -i 's|^[[:space:]]*nc_folder[[:space:]]*=.*|nc_folder = ../../../../../../nc|' "$conf"
+    else
+        printf 'nc_folder = ../../../../../../nc\n' >>"$conf"
+    fi
 fi
 install_file "$root/plugin/SiemensHarvel.ini" "$cfg/SiemensHarvel.ini"
 [ -f "$appl/prg/find_sphere_center.mpf" ] || cp "$root/plugin/find_sphere_center.mpf" "$appl/prg/"

@@ -18,8 +18,16 @@ HmiFramework::~HmiFramework()
     shutdown();
 }
 
+void HmiFramework::beginClosing()
+{
+    for (Area* a : qAsConst(m_areas))
+        if (a->dialog)
+            a->dialog->setClosing(true);
+}
+
 void HmiFramework::shutdown()
 {
+    beginClosing();
     for (Area* a : qAsConst(m_areas)) {
         if (a->dialog) {
             a->dialog->teardown();

@@ -67,6 +67,9 @@ public:
     bool switchToArea(SlGfwHmiDialog* caller, const QString& area, const QString& dialog, const QString& screen,
                       bool flag) override;
 
+    // Tells every dialog that the operator interface closes, before the
+    // event loops end and take their modal screens along.
+    void beginClosing();
     // Ends every dialog while the plug-ins are still loaded.
     void shutdown();
 

@@ -51,9 +51,14 @@ int main(int argc, char** argv)
     HmiHost host;
     for (const QString& problem : host.start(machine))
         err << "harvel-hmi: " << problem << Qt::endl;
-    QObject::connect(&host, &HmiHost::quitRequested, &app, &QApplication::quit);
+    const auto closeDown = [&host] {
+        if (host.framework())
+            host.framework()->beginClosing();
+        QApplication::quit();
+    };
+    QObject::connect(&host, &HmiHost::quitRequested, &app, closeDown);
     HmiSignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &HmiSignalWatcher::terminationRequested, &app, [](int) { QApplication::quit(); });
+    QObject::connect(&signalWatcher, &HmiSignalWatcher::terminationRequested, &app, [closeDown](int) { closeDown(); });
     err << "harvel-hmi: machine " << host.machineDir() << (headless ? " (headless)" : "") << ", "
         << host.framework()->areaCount() << " areas, control socket "
         << CtlServer::socketPath(host.machineDir()) << Qt::endl;

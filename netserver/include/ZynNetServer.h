@@ -55,10 +55,16 @@ typedef enum tagZynFileType {
     ZYN_FILE_REPORT = 2
 } tagZynFileType;
 
-/* actionType of the client action callback; any value but 1 counts as an arrival */
+/* actionType of the client action callback; any value but 1 counts as an arrival.
+ * ZYN_CLIENT_CALL_ABANDONED: a client stopped waiting for a call that is still
+ * being served (it cancelled, its deadline passed or its connection broke);
+ * callMethodName is then "SendMessage:ID" with the message's id in base 10,
+ * and the message may be taken off the screen. It comes before the
+ * departure the same end may cause. */
 typedef enum tagZynClientAction {
     ZYN_CLIENT_DISCONNECTED = 1,
-    ZYN_CLIENT_CONNECTED = 2
+    ZYN_CLIENT_CONNECTED = 2,
+    ZYN_CLIENT_CALL_ABANDONED = 3
 } tagZynClientAction;
 
 /* sendState of the log file callback */

@@ -7,7 +7,12 @@
 #include "Utf8Text.h"
 #include "WorkerPool.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 
 #include <cstdio>
 
@@ -28,7 +33,11 @@ DownloadReactor::DownloadReactor(NetServer& server, grpc::CallbackServerContext*
 {
     m_server.Peers().CallStarted(m_peer, "DownloadFile");
     std::lock_guard<std::mutex> lock(m_shared->mutex);
-    const grpc::Status check = m_server.Paths().CheckServedPath(path, m_path);
+    // The file the client named, opened where its links really lead; a
+    // local file is later read through this very descriptor.
+    auto source = std::make_shared<FileHandle>();
+    std::string host;
+    const grpc::Status check = m_server.Paths().CheckServedPath(path, m_path, source.get(), &host);
     if (!check.ok()) {
         FinishLocked(check);
         return;
@@ -37,6 +46,7 @@ DownloadReactor::DownloadReactor(NetServer& server, grpc::CallbackServerContext*
     std::shared_ptr<Shared> shared = m_shared;
     const std::string peer = m_peer;
     const std::string src = m_path;
+    const std::shared_ptr<const PathPolicy> paths = m_server.SharedPaths();
     DownloadReactor* self = this;
     const bool queued = m_server.Workers().Submit([=] {
         bool ok = false;
@@ -54,6 +64,9 @@ DownloadReactor::DownloadReactor(NetServer& server, grpc::CallbackServerContext*
             status = CallbackAnswer::Settle("DownloadFile", ok, err, sizeof err, errInfo);
             file.assign(dst, strnlen(dst, sizeof dst));
         }
+        FileHandle content;
+        if (status.ok() && ok)
+            status = Settle(*paths, src, host, *source, file, content);
         std::lock_guard<std::mutex> lock(shared->mutex);
         if (shared->finished) {
             // Nobody will send it; a temporary copy must not stay behind.
@@ -67,15 +80,55 @@ DownloadReactor::DownloadReactor(NetServer& server, grpc::CallbackServerContext*
             self->FinishLocked(status);
             return;
         }
-        self->Begin(ok, errInfo, file, needRemove);
+        self->Begin(ok, errInfo, std::move(content), file, needRemove);
     });
     if (!queued)
         FinishLocked(grpc::Status(grpc::StatusCode::RESOURCE_EXHAUSTED,
                                   "the server is busy; try again"));
 }
 
-void DownloadReactor::Begin(bool ok, const std::string& errInfo, const std::string& file,
-                            bool needRemove)
+grpc::Status DownloadReactor::Settle(const PathPolicy& paths, const std::string& src,
+                                     const std::string& host, const FileHandle& source,
+                                     const std::string& file, FileHandle& content)
+{
+    if (file.empty())
+        return grpc::Status(grpc::StatusCode::NOT_FOUND, "the machine named no readable file to send");
+    // The client's own file: what was checked is what goes out.
+    if (file == src && source.IsOpen()) {
+        content = source.Reopen(O_RDONLY);
+        if (!content.IsOpen())
+            return grpc::Status(grpc::StatusCode::INTERNAL, "cannot read " + src);
+        return grpc::Status::OK;
+    }
+    // A copy the machine made: it must lie in a served folder, and the
+    // file it was copied from must still be the one checked, so that a
+    // link swapped in meanwhile is caught rather than sent.
+    FileHandle copy;
+    grpc::Status status = paths.OpenLocalFile(file, copy);
+    if (!status.ok())
+        return status;
+    content = copy.Reopen(O_RDONLY);
+    if (!content.IsOpen())
+        return grpc::Status(grpc::StatusCode::NOT_FOUND, "the machine named no readable file to send");
+    if (host.empty())
+        return status;
+    FileHandle now;
+    std::string again;
+    status = paths.CheckServedPath(src, again, &now);
+    if (!status.ok())
+        return status;
+    struct stat before, after;
+    if (source.IsOpen() != now.IsOpen()
+        || (source.IsOpen()
+            && (fstat(source.Get(), &before) != 0 || fstat(now.Get(), &after) != 0
+                || before.st_dev != after.st_dev || before.st_ino != after.st_ino)))
+        return grpc::Status(grpc::StatusCode::PERMISSION_DENIED,
+                            src + " changed while it was read");
+    return grpc::Status::OK;
+}
+
+void DownloadReactor::Begin(bool ok, const std::string& errInfo, FileHandle content,
+                            const std::string& file, bool needRemove)
 {
     m_file = file;
     m_removeFile = needRemove && !file.empty();
@@ -84,7 +137,7 @@ void DownloadReactor::Begin(bool ok, const std::string& errInfo, const std::stri
     header->set_err_info(errInfo);
     if (ok) {
         struct stat st;
-        if (file.empty() || stat(file.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
+        if (!content.IsOpen() || fstat(content.Get(), &st) != 0 || !S_ISREG(st.st_mode)) {
             FinishLocked(grpc::Status(grpc::StatusCode::NOT_FOUND,
                                       "the machine named no readable file to send"));
             return;
@@ -97,11 +150,7 @@ void DownloadReactor::Begin(bool ok, const std::string& errInfo, const std::stri
                                           + " bytes"));
             return;
         }
-        m_in.open(file, std::ios::binary);
-        if (!m_in) {
-            FinishLocked(grpc::Status(grpc::StatusCode::INTERNAL, "cannot read " + file));
-            return;
-        }
+        m_in = std::move(content);
         header->set_size(m_size);
         header->set_file_name(Utf8Text::Repair(m_path.substr(m_path.find_last_of('/') + 1)));
     }
@@ -115,8 +164,16 @@ void DownloadReactor::WriteNextChunk()
     std::string* data = m_message.mutable_data();
     const std::uint64_t left = m_size - m_sent;
     data->resize(std::size_t(left < kChunkBytes ? left : kChunkBytes));
-    m_in.read(&(*data)[0], std::streamsize(data->size()));
-    if (std::size_t(m_in.gcount()) != data->size()) {
+    std::size_t got = 0;
+    while (got < data->size()) {
+        const ssize_t n = pread(m_in.Get(), &(*data)[got], data->size() - got, off_t(m_sent + got));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        got += std::size_t(n);
+    }
+    if (got != data->size()) {
         FinishLocked(grpc::Status(grpc::StatusCode::DATA_LOSS, "the file changed while sent"));
         return;
     }
@@ -161,8 +218,7 @@ void DownloadReactor::OnDone()
     {
         std::lock_guard<std::mutex> lock(m_shared->mutex);
     }
-    if (m_in.is_open())
-        m_in.close();
+    m_in.Reset();
     if (m_removeFile)
         std::remove(m_file.c_str());
     m_server.Peers().CallEnded(m_peer, m_cutOff);

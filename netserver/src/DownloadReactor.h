@@ -1,16 +1,17 @@
 #ifndef DOWNLOADREACTOR_H
 #define DOWNLOADREACTOR_H
 
+#include "FileHandle.h"
 #include "harvel_net_v1.grpc.pb.h"
 
 #include <atomic>
 #include <cstdint>
-#include <fstream>
 #include <memory>
 #include <mutex>
 #include <string>
 
 class NetServer;
+class PathPolicy;
 
 // One download: the plug-in names the local file to send (for an NC file
 // a temporary copy, which is removed once the call has ended), then the
@@ -31,8 +32,13 @@ private:
         bool finished = false;
     };
 
+    // The descriptor to send from, once the machine has named its file.
+    static grpc::Status Settle(const PathPolicy& paths, const std::string& src,
+                               const std::string& host, const FileHandle& source,
+                               const std::string& file, FileHandle& content);
     // With m_shared->mutex held:
-    void Begin(bool ok, const std::string& errInfo, const std::string& file, bool needRemove);
+    void Begin(bool ok, const std::string& errInfo, FileHandle content, const std::string& file,
+               bool needRemove);
     void WriteNextChunk();
     void FinishLocked(const grpc::Status& status);
 
@@ -46,7 +52,7 @@ private:
 
     std::string m_file;
     bool m_removeFile = false;
-    std::ifstream m_in;
+    FileHandle m_in;
     std::uint64_t m_size = 0;
     std::uint64_t m_sent = 0;
     harvel::net::v1::DownloadReply m_message;

@@ -150,12 +150,44 @@ grpc::ServerUnaryReactor* MachineService::SendMessage(grpc::CallbackServerContex
     grpc::Status check = CheckText(request->text(), limit, "text");
     if (check.ok())
         check = CheckText(request->input_name(), limit, "input_name");
+    if (check.ok() && (request->style() < 0 || request->style() > 5))
+        check = grpc::Status(grpc::StatusCode::INVALID_ARGUMENT,
+                             "style " + std::to_string(request->style())
+                                 + " is none of the message styles 0 to 5");
+    if (check.ok() && (request->type() < 0 || request->type() > 1))
+        check = grpc::Status(grpc::StatusCode::INVALID_ARGUMENT,
+                             "type " + std::to_string(request->type())
+                                 + " is none of the message types 0 (text) and 1 (with input)");
     const MessageRequest message = *request;
-    return UnaryCall<MessageReply>::Run(
+    NetServer& server = m_server;
+    const auto clientAction =
+        m_server.Callbacks().Get<ZynClientActionCallback>(ZYN_CB_CLIENT_ACTION);
+    return UnaryCall<MessageReply>::RunAsync(
         m_server, ctx, "SendMessage", reply, check,
-        [callback, message](const std::string& peer, MessageReply& out) {
-            if (!callback)
-                return CallbackAnswer::NoHandler("SendMessage");
+        [callback, clientAction, message, &server](
+            std::shared_ptr<UnaryCall<MessageReply>::Completion> completion) {
+            const std::string peer = completion->Peer();
+            // A sender that left before its turn puts nothing on the screen.
+            if (!completion->IsOpen())
+                return;
+            // A message stands on the operator's screen until answered; when
+            // its sender stops waiting, the HMI is told so that it can take
+            // the message down. The notice goes the way of arrivals and
+            // departures, before the departure it may cause.
+            if (clientAction) {
+                const std::string method = "SendMessage:" + std::to_string(message.id());
+                completion->OnAbandoned([&server, clientAction, peer, method] {
+                    if (!server.Stopping())
+                        server.PostEvent([clientAction, peer, method] {
+                            clientAction(peer.c_str(), method.c_str(), ZYN_CLIENT_CALL_ABANDONED);
+                        });
+                });
+            }
+            MessageReply out;
+            if (!callback) {
+                completion->Done(CallbackAnswer::NoHandler("SendMessage"), out);
+                return;
+            }
             int clicked = 0;
             std::vector<char> input(kInputValueSize, '\0');
             char err[CallbackAnswer::kErrInfoSize] = {};
@@ -170,7 +202,7 @@ grpc::ServerUnaryReactor* MachineService::SendMessage(grpc::CallbackServerContex
             out.set_err_info(errInfo);
             out.set_clicked_button(clicked);
             out.set_input_value(Utf8Text::FromBuffer(input.data(), input.size()));
-            return status;
+            completion->Done(status, std::move(out));
         });
 }
 

@@ -78,7 +78,7 @@ NetServer::NetServer(const std::string& applDir, const CallbackTable& callbacks)
     m_journalDir = m_applDir + "/zyn/journal";
     m_reqDir = m_applDir + "/zyn/req";
     m_uploadDir = m_applDir + "/zyn/upload";
-    m_paths = std::make_unique<PathPolicy>(m_applDir);
+    m_paths = std::make_shared<const PathPolicy>(m_applDir, std::string());
 }
 
 NetServer::~NetServer()
@@ -138,6 +138,7 @@ bool NetServer::Start(const std::string& ip, unsigned short port)
         return false;
     }
     m_config = config;
+    m_paths = std::make_shared<const PathPolicy>(m_applDir, config.ncFolder);
 
     const CallbackTable callbacks = m_callbacks;
     m_workers = std::make_unique<WorkerPool>(config.maxWorkers, config.maxQueuedRequests);
@@ -198,6 +199,7 @@ bool NetServer::Start(const std::string& ip, unsigned short port)
         return false;
     }
     m_port = static_cast<unsigned short>(boundPort);
+    m_stopping = false;
     if (auto* health = m_server->GetHealthCheckService()) {
         health->SetServingStatus(true);
         for (const char* service : {"harvel.net.v1.Machine", "harvel.net.v1.Files",
@@ -247,6 +249,7 @@ void NetServer::Housekeep()
 
 void NetServer::Stop()
 {
+    m_stopping = true;
     const auto deadline = std::chrono::steady_clock::now() + kStopBudget;
     if (m_housekeeper.joinable()) {
         {
@@ -286,6 +289,11 @@ void NetServer::Stop()
 
 void NetServer::PostEvent(std::function<void()> job)
 {
+    // What the stop itself ends (subscriptions cut off, departures) is
+    // nobody's news: the HMI thread that would hear it is the one stopping
+    // us, and would hold the stop for the whole budget.
+    if (m_stopping)
+        return;
     if (m_events)
         m_events->Submit(std::move(job));
 }

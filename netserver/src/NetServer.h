@@ -4,6 +4,7 @@
 #include "CallbackTable.h"
 #include "ServerConfig.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -38,6 +39,8 @@ public:
     bool Start(const std::string& ip, unsigned short port);
     void Stop();
     unsigned short Port() const { return m_port; }
+    // From the first moment of a stop: nobody is told of what ends now.
+    bool Stopping() const { return m_stopping; }
 
     bool NotifyLogFile(const std::string& file, const std::vector<std::string>& peers);
     bool NotifyJournal(const std::string& journalFile);
@@ -51,6 +54,8 @@ public:
     const CallbackTable& Callbacks() const { return m_callbacks; }
     const ServerConfig& Config() const { return m_config; }
     const PathPolicy& Paths() const { return *m_paths; }
+    // For work that may outlive a stop (a worker let go inside a callback).
+    std::shared_ptr<const PathPolicy> SharedPaths() const { return m_paths; }
     const std::string& ApplDir() const { return m_applDir; }
     const std::string& UploadDir() const { return m_uploadDir; }
     WorkerPool& Workers() { return *m_workers; }
@@ -71,7 +76,7 @@ private:
     std::string m_uploadDir;
     CallbackTable m_callbacks;
     ServerConfig m_config;
-    std::unique_ptr<PathPolicy> m_paths;
+    std::shared_ptr<const PathPolicy> m_paths;
 
     std::unique_ptr<WorkerPool> m_workers;
     std::unique_ptr<WorkerPool> m_events;
@@ -82,6 +87,7 @@ private:
     std::unique_ptr<NotificationService> m_notifications;
     std::unique_ptr<grpc::Server> m_server;
     unsigned short m_port = 0;
+    std::atomic<bool> m_stopping{false};
 
     std::thread m_housekeeper;
     std::mutex m_housekeeperMutex;

@@ -98,6 +98,8 @@ bool ServerConfig::Load(const std::string& path, std::string& error)
             privateKeyFile = Resolve(folder, value);
         else if (key == "tls_client_ca")
             clientCaFile = Resolve(folder, value);
+        else if (key == "nc_folder")
+            ncFolder = Resolve(folder, value);
         else if (key == "tls_client_auth") {
             const std::string v = Lower(value);
             if (v == "none") clientAuth = ClientAuth::None;

@@ -19,6 +19,11 @@ public:
     std::string clientCaFile;
     ClientAuth clientAuth = ClientAuth::None;
 
+    // Where the NC file system (//NC/) lies in this host's file system,
+    // when it is one of the host's (the virtual machine); the path fence
+    // then follows //NC/ paths to their real place too.
+    std::string ncFolder;
+
     int maxMessageBytes = 4 * 1024 * 1024;
     std::uint64_t maxUploadBytes = 256ull * 1024 * 1024;
     std::uint64_t maxDownloadBytes = 1024ull * 1024 * 1024;

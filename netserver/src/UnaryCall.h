@@ -50,11 +50,30 @@ public:
 
         const std::string& Peer() const { return m_peer; }
 
+        // Called once if the client's side of the call ends (cancel,
+        // deadline, connection lost, server stop) before Done: the work
+        // still running is waited on by nobody. Set before anything can
+        // cancel the work's effect, i.e. first thing in the work.
+        void OnAbandoned(std::function<void()> handler)
+        {
+            bool now;
+            {
+                std::lock_guard<std::mutex> lock(m_mutex);
+                now = m_finished && m_cancelled;
+                if (!now)
+                    m_abandoned = std::move(handler);
+            }
+            if (now)
+                handler();
+        }
+
     private:
         friend class UnaryCall;
         std::mutex m_mutex;
         UnaryCall* m_call = nullptr;
         bool m_finished = false;
+        bool m_cancelled = false;
+        std::function<void()> m_abandoned;
         std::string m_peer;
     };
 
@@ -94,7 +113,17 @@ public:
     void OnCancel() override
     {
         m_cutOff = true;
+        std::function<void()> abandoned;
+        {
+            std::lock_guard<std::mutex> lock(m_completion->m_mutex);
+            if (!m_completion->m_finished) {
+                m_completion->m_cancelled = true;
+                abandoned = std::move(m_completion->m_abandoned);
+            }
+        }
         m_completion->Done(grpc::Status(grpc::StatusCode::CANCELLED, "call cancelled"));
+        if (abandoned)
+            abandoned();
     }
 
     void OnDone() override

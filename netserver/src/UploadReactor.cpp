@@ -6,7 +6,9 @@
 #include "PeerTracker.h"
 #include "WorkerPool.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
@@ -56,13 +58,20 @@ grpc::Status UploadReactor::TakeHeader()
                                 + std::to_string(m_server.Config().maxUploadBytes) + " bytes");
     m_fileType = header.file_type();
     m_expected = header.size();
-    m_folder = m_server.UploadDir() + "/" + FolderTag();
-    if (mkdir(m_folder.c_str(), 0700) != 0)
+    // The upload folder must not lead out of the served folders, neither
+    // before the file's own folder is made in it nor when the file is.
+    FileHandle uploads;
+    grpc::Status fenced = m_server.Paths().OpenLocalFile(m_server.UploadDir(), uploads);
+    if (!fenced.ok())
+        return fenced;
+    const std::string tag = FolderTag();
+    if (!uploads.IsOpen() || mkdirat(uploads.Get(), tag.c_str(), 0700) != 0)
         return grpc::Status(grpc::StatusCode::INTERNAL, "cannot make the upload folder");
+    m_folder = m_server.UploadDir() + "/" + tag;
     m_path = m_folder + "/" + header.file_name();
-    m_out.open(m_path, std::ios::binary | std::ios::trunc);
-    if (!m_out)
-        return grpc::Status(grpc::StatusCode::INTERNAL, "cannot store the upload");
+    fenced = m_server.Paths().CreateFile(m_folder, header.file_name(), m_out);
+    if (!fenced.ok())
+        return fenced;
     m_haveHeader = true;
     return grpc::Status::OK;
 }
@@ -76,8 +85,7 @@ grpc::Status UploadReactor::TakeData()
         return grpc::Status(grpc::StatusCode::INVALID_ARGUMENT,
                             "more data than the header's size of " + std::to_string(m_expected)
                                 + " bytes");
-    m_out.write(data.data(), std::streamsize(data.size()));
-    if (!m_out)
+    if (!m_out.WriteAll(data.data(), data.size()))
         return grpc::Status(grpc::StatusCode::INTERNAL, "cannot store the upload");
     m_received += data.size();
     return grpc::Status::OK;
@@ -101,8 +109,8 @@ void UploadReactor::OnReadDone(bool ok)
                                       "upload incomplete: " + std::to_string(m_received) + " of "
                                           + std::to_string(m_expected) + " bytes"));
         } else {
-            m_out.close();
-            if (!m_out)
+            const bool stored = ::close(m_out.Release()) == 0;
+            if (!stored)
                 FinishLocked(grpc::Status(grpc::StatusCode::INTERNAL, "cannot store the upload"));
             else
                 Handover();
@@ -169,8 +177,7 @@ void UploadReactor::FinishLocked(const grpc::Status& status)
 
 void UploadReactor::Discard()
 {
-    if (m_out.is_open())
-        m_out.close();
+    m_out.Reset();
     if (!m_folder.empty()) {
         std::error_code ec;
         std::filesystem::remove_all(m_folder, ec);

@@ -1,11 +1,11 @@
 #ifndef UPLOADREACTOR_H
 #define UPLOADREACTOR_H
 
+#include "FileHandle.h"
 #include "harvel_net_v1.grpc.pb.h"
 
 #include <atomic>
 #include <cstdint>
-#include <fstream>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -52,7 +52,7 @@ private:
     int m_fileType = 0;
     std::string m_folder;
     std::string m_path;
-    std::ofstream m_out;
+    FileHandle m_out;
     std::uint64_t m_expected = 0;
     std::uint64_t m_received = 0;
     bool m_handedOver = false;

@@ -62,6 +62,10 @@ public:
     SlGfwDialogForm* existingForm(const QString& form) const;
     int formRefCount(const QString& form) const;
     int modalDepth() const { return m_modal.size(); }
+    // The operator interface is closing: a modal screen that ends from now
+    // on ends because everything does, not because the operator left it.
+    bool isClosing() const { return m_closing; }
+    void setClosing(bool closing) { m_closing = closing; }
 
     // Presses a key of the active screen as the operator would; false with
     // the reason if there is no such key or it is disabled.
@@ -110,4 +114,5 @@ private:
     QSet<QString> m_formErrorsReported;
     QString m_activeScreen;
     QList<ModalFrame*> m_modal;
+    bool m_closing = false;
 };

@@ -347,7 +347,11 @@ long NcFileSystem::exist(const QString& path, bool& exists) const
     }
     if (loc.error)
         return loc.error;
-    exists = QFileInfo::exists(loc.real);
+    // "X/" names a folder: a file X does not answer to it.
+    const QString named = path.trimmed();
+    const bool folderOnly = named.size() > 1 && (named.endsWith(QLatin1Char('/')) || named.endsWith(QLatin1Char('\\')));
+    const QFileInfo info(loc.real);
+    exists = info.exists() && (!folderOnly || info.isDir());
     return 0;
 }
 

@@ -289,15 +289,23 @@ void SiemensHarvel::slotSendMsg(const QString& peer, unsigned long long id, int 
                       true);
     else
         CLogger::Error(QStringLiteral("Handle message failed. Peer=%1, MsgId=%2, ErrInfo=%3")
-                           .arg(peer, QString::number(id), errInfo),
+                           .arg(peer, QString::number(id),
+                                errInfo.isEmpty() ? QStringLiteral("No answer, the HMI closes") : errInfo),
                        true);
 }
 
 void SiemensHarvel::slotClientAction(const QString& peer, const QString& callMethodName, int actionType)
 {
-    // The registry was brought up to date on the library's thread already;
-    // the connection exists so that a client waits for the main thread like
-    // every other call.
+    // The registry was brought up to date on the library's thread already.
+    // What is left here: a message whose sender stopped waiting comes off
+    // the screen, so that nobody is held by a client that has gone.
+    static const QString kSendMessage = QStringLiteral("SendMessage:");
+    if (actionType != ZYN_CLIENT_CALL_ABANDONED || !callMethodName.startsWith(kSendMessage) || !m_pNC)
+        return;
+    bool ok = false;
+    const unsigned long long id = callMethodName.mid(kSendMessage.size()).toULongLong(&ok);
+    if (ok)
+        m_pNC->WithdrawIMSG(peer, id);
 }
 
 void SiemensHarvel::slotGetLogFiles(const QString& peer, const QString& logFileName, int sendState)

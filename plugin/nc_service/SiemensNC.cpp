@@ -13,6 +13,7 @@
 #include "SiemensInteractive.h"
 #include "SiemensStatusMonitor.h"
 #include "SiemensTmrResultMonitor.h"
+#include "SiemensHarvelFormIMSG.h"
 #include "SlGfwDialogForm.h"
 
 #include <QVariant>
@@ -364,6 +365,40 @@ bool CSiemensNC::ProcessDownloadFile(const QString& peer, const QString& srcFile
     return true;
 }
 
+void CSiemensNC::WithdrawIMSG(const QString& peer, unsigned long long id)
+{
+    for (int i = m_standingMsgs.size() - 1; i >= 0; --i) {
+        tagStandingMsg& standing = m_standingMsgs[i];
+        if (standing.withdrawn || standing.peer != peer || standing.id != id)
+            continue;
+        standing.withdrawn = true;
+        EndWithdrawnOnTop();
+        return;
+    }
+    // The notice overtook the message on its way to the screen.
+    tagStandingMsg early;
+    early.peer = peer;
+    early.id = id;
+    early.withdrawn = true;
+    m_withdrawnEarly.append(early);
+    while (m_withdrawnEarly.size() > 64)
+        m_withdrawnEarly.removeFirst();
+}
+
+void CSiemensNC::EndWithdrawnOnTop()
+{
+    if (!m_pOwner || m_standingMsgs.isEmpty() || !m_standingMsgs.last().withdrawn)
+        return;
+    // A message below the top must wait: the screens above it came later
+    // and go first. The one on top goes now, and the next withdrawn one
+    // when its own modal screen has returned.
+    SlGfwDialogForm* form = m_pOwner->formRef(QStringLiteral("formIMSG"));
+    if (auto* imsg = qobject_cast<SiemensHarvelFormIMSG*>(form))
+        imsg->Withdraw();
+    if (form)
+        m_pOwner->releaseFormRef(form);
+}
+
 bool CSiemensNC::ProcessIMSG(const QString& peer, unsigned long long id, int type, int style, const QString& messageText,
                              const QString& inputName, int& clickedButton, QString& inputValue, QString& errInfo)
 {
@@ -393,7 +428,33 @@ bool CSiemensNC::ProcessIMSG(const QString& peer, unsigned long long id, int typ
                            "-slgfwprop7 formIMSG.propInputName=%7 -slgfwprop8 formIMSG.propSender=%8")
                 .arg(QStringLiteral("Interactive Message"), backScreen, QString::number(id), QString::number(type),
                      QString::number(style), messageText, inputName, sender);
-        result = m_pOwner->execModalScreen(QStringLiteral("screenIMSG"), properties);
+        tagStandingMsg standing;
+        standing.peer = peer;
+        standing.id = id;
+        for (int i = 0; i < m_withdrawnEarly.size(); ++i) {
+            if (m_withdrawnEarly.at(i).peer == peer && m_withdrawnEarly.at(i).id == id) {
+                m_withdrawnEarly.removeAt(i);
+                standing.withdrawn = true;
+                break;
+            }
+        }
+        if (!standing.withdrawn) {
+            m_standingMsgs.append(standing);
+            result = m_pOwner->execModalScreen(QStringLiteral("screenIMSG"), properties);
+            // Modal screens end innermost first, so this one is the last.
+            standing = m_standingMsgs.takeLast();
+            EndWithdrawnOnTop();
+        }
+        if (standing.withdrawn) {
+            errInfo = QStringLiteral("Message withdrawn because its sender left");
+            return false;
+        }
+        // Ended without a key because the operator interface closes: no
+        // answer was given, and the sender must not take it for one.
+        if (result.type() != QVariant::List && m_pOwner->isClosing()) {
+            errInfo = QString();
+            return false;
+        }
     }
 
     bool buttonOK = false;

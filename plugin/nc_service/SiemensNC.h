@@ -44,6 +44,11 @@ public:
     // it is a temporary copy that the net server removes once it is sent.
     bool ProcessDownloadFile(const QString& peer, const QString& srcFileName, QString& dstFileName,
                              bool& dstFileNeedRemove, QString& errInfo);
+    // The sender of a message has stopped waiting for it: the message is
+    // taken down as if the operator had closed it, at once if it is on top,
+    // otherwise as soon as the messages above it have gone.
+    void WithdrawIMSG(const QString& peer, unsigned long long id);
+
     // Shows the message on the operator's screen and returns only when the
     // operator has answered it.
     bool ProcessIMSG(const QString& peer, unsigned long long id, int type, int style, const QString& messageText,
@@ -61,6 +66,15 @@ public:
     QString VersionFile() const { return m_versionFile; }
 
 private:
+    // One message on the screen, in the order of their modal screens.
+    struct tagStandingMsg
+    {
+        QString peer;
+        unsigned long long id = 0;
+        bool withdrawn = false;
+    };
+    void EndWithdrawnOnTop();
+
     bool CheckRVarArgs(int index, int count, QString& errInfo);
     bool CheckRVarRange(int index, int count, QString& errInfo);
 
@@ -74,4 +88,7 @@ private:
     CSiemensAxisPosMonitor* m_pAxisPosMonitor = nullptr;
     tagMachDef m_machDef;
     QString m_versionFile;
+    QList<tagStandingMsg> m_standingMsgs;
+    // Withdrawn before their screens came up.
+    QList<tagStandingMsg> m_withdrawnEarly;
 };

@@ -136,6 +136,15 @@ void SiemensHarvelFormIMSG::SetSoftKeyByMsgStyle()
     }
 }
 
+void SiemensHarvelFormIMSG::Withdraw()
+{
+    SlGfwHmiDialog* hmiDialog = dialog();
+    if (!hmiDialog || hmiDialog->activeScreen() != QLatin1String("screenIMSG"))
+        return;
+    SetFormNameOfDialog(QString());
+    hmiDialog->switchToScreen(m_backScreen, QString());
+}
+
 void SiemensHarvelFormIMSG::onFunction(const QString& name, const QString& args, bool& handled)
 {
     const MsgKey* taken = nullptr;

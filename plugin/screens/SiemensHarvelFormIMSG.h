@@ -31,6 +31,9 @@ public:
     // Enables exactly the keys of the message's style. The component calls
     // it again whenever the platform has rebuilt the vertical bar.
     void SetSoftKeyByMsgStyle();
+    // Takes the message down as if the operator had closed it, but without
+    // an answer: its sender no longer waits for one.
+    void Withdraw();
 
     QString Caption() const { return m_caption; }
     void SetCaption(const QString& caption) { m_caption = caption; }
