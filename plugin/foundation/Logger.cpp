@@ -13,7 +13,7 @@ QString CLogger::m_archiveSuffix;
 QString CLogger::m_archiveFile;
 QStringList CLogger::m_archiveFileNameFilters;
 std::vector<CLogger::Entry> CLogger::m_logQueue;
-QMutex CLogger::m_mutex;
+std::mutex CLogger::m_mutex;
 QFuture<void> CLogger::m_task;
 std::atomic<bool> CLogger::m_taskStop{false};
 qint32 CLogger::m_lastDate = 0;
@@ -132,9 +132,9 @@ QString CLogger::AddLog(const QString& msg, bool withPrefix, const QString& leve
         if (wanted == known)
             lvl = known;
     if (!lvl && withPrefix) {
-        static QMutex internMutex;
+        static std::mutex internMutex;
         static QList<QByteArray> interned; // QByteArray data stays put while it lives
-        QMutexLocker lock(&internMutex);
+        std::lock_guard<std::mutex> lock(internMutex);
         if (!interned.contains(wanted))
             interned.append(wanted);
         lvl = interned.at(interned.indexOf(wanted)).constData();

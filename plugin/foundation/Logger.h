@@ -3,12 +3,12 @@
 #include <QFile>
 #include <QFuture>
 #include <QList>
-#include <QMutex>
 #include <QQueue>
 #include <QString>
 #include <QStringList>
 
 #include <atomic>
+#include <mutex>
 #include <vector>
 
 struct tagLogFileInfo
@@ -70,7 +70,9 @@ private:
     static QString m_archiveFile;
     static QStringList m_archiveFileNameFilters;
     static std::vector<CLogger::Entry> m_logQueue;
-    static QMutex m_mutex;
+    // A standard mutex, not a QMutex: its hand-over is visible to thread
+    // checkers, which cannot see inside Debian's uninstrumented Qt.
+    static std::mutex m_mutex;
     static QFuture<void> m_task;
     static std::atomic<bool> m_taskStop;
     static qint32 m_lastDate;

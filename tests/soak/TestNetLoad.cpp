@@ -38,7 +38,7 @@ const int kValues = 8; // per client, at index client * 9: 32 ranges in the mach
 struct Client
 {
     int id = 0;
-    int rounds = 0;
+    std::atomic<int> rounds{0}; // watched by the main thread while the client runs
     QString error;
 
     void Run(const std::string& server, int maxRounds, const std::atomic<bool>& stop)
@@ -75,7 +75,7 @@ struct Client
                     error = QStringLiteral("round %1: R%2 is %3").arg(r).arg(id * 9 + k).arg(values.values(k));
                     return;
                 }
-            rounds = r + 1;
+            rounds.store(r + 1);
         }
     }
 };
@@ -144,7 +144,7 @@ void TestNetLoad::clientsUnderAMessageThenStopUnderLoad()
     }
     for (const Client& c : clients)
         QVERIFY2(c.error.isEmpty() && c.rounds == 20,
-                 qPrintable(QStringLiteral("client %1 after %2 rounds: %3").arg(c.id).arg(c.rounds).arg(c.error)));
+                 qPrintable(QStringLiteral("client %1 after %2 rounds: %3").arg(c.id).arg(c.rounds.load()).arg(c.error)));
     QCOMPARE(Screen(), QStringLiteral("screenIMSG"));
     QCOMPARE(message.state(), QProcess::Running);
     QCOMPARE(Hmi({QStringLiteral("key"), QStringLiteral("doOK")}).code, 0);
