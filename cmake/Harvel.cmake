@@ -8,6 +8,14 @@ if(HARVEL_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(HARVEL_TSAN)
+    if(HARVEL_SANITIZE)
+        message(FATAL_ERROR "ThreadSanitizer cannot be combined with AddressSanitizer")
+    endif()
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=thread)
+endif()
+
 # harvel_add_qtest(NAME SOURCES... [LIBS ...] [LABELS ...] [TIMEOUT s])
 # One QtTest executable registered with CTest. Tests run offscreen so they
 # need no display; a test that wants a real window sets its own platform.

@@ -3,6 +3,7 @@
 
 #include "NetServer.h"
 #include "PeerTracker.h"
+#include "ThreadCheck.h"
 #include "WorkerPool.h"
 
 #include <grpcpp/grpcpp.h>
@@ -112,6 +113,7 @@ public:
 
     void OnCancel() override
     {
+        HARVEL_TAKEN_OVER(this);
         m_cutOff = true;
         std::function<void()> abandoned;
         {
@@ -128,6 +130,7 @@ public:
 
     void OnDone() override
     {
+        HARVEL_TAKEN_OVER(this);
         m_server.Peers().CallEnded(m_completion->m_peer, m_cutOff);
         delete this;
     }
@@ -140,6 +143,9 @@ private:
         m_completion->m_call = this;
         m_completion->m_peer = PeerTracker::PeerString(ctx->peer());
         m_server.Peers().CallStarted(m_completion->m_peer, method);
+        // gRPC gets the call when the handler returns it and calls OnCancel
+        // and OnDone on threads of its own.
+        HARVEL_HANDED_OVER(this);
     }
 
     NetServer& m_server;

@@ -12,8 +12,8 @@ QString CLogger::m_archiveDir;
 QString CLogger::m_archiveSuffix;
 QString CLogger::m_archiveFile;
 QStringList CLogger::m_archiveFileNameFilters;
-QQueue<CLogger::Log> CLogger::m_logQueue;
-QMutex CLogger::m_mutex;
+std::vector<CLogger::Entry> CLogger::m_logQueue;
+std::mutex CLogger::m_mutex;
 QFuture<void> CLogger::m_task;
 std::atomic<bool> CLogger::m_taskStop{false};
 qint32 CLogger::m_lastDate = 0;
@@ -46,75 +46,107 @@ void CLogger::UnInitialize()
     m_task.waitForFinished();
 }
 
-void CLogger::Error(const QString& msg, bool withPrefix) { AddLog(msg, withPrefix, QStringLiteral("ERR")); }
-void CLogger::Warn(const QString& msg, bool withPrefix) { AddLog(msg, withPrefix, QStringLiteral("WAR")); }
-void CLogger::Info(const QString& msg, bool withPrefix) { AddLog(msg, withPrefix, QStringLiteral("INF")); }
-void CLogger::Debug(const QString& msg, bool withPrefix) { AddLog(msg, withPrefix, QStringLiteral("DBG")); }
+void CLogger::Error(const QString& msg, bool withPrefix) { Add("ERR", msg, withPrefix); }
+void CLogger::Warn(const QString& msg, bool withPrefix) { Add("WAR", msg, withPrefix); }
+void CLogger::Info(const QString& msg, bool withPrefix) { Add("INF", msg, withPrefix); }
+void CLogger::Debug(const QString& msg, bool withPrefix) { Add("DBG", msg, withPrefix); }
 QString CLogger::Test(const QString& msg, bool withPrefix) { return AddLog(msg, withPrefix, QStringLiteral("TST")); }
 
 namespace {
-// Formatting a local time stamp through QDateTime costs microseconds, which
-// would make logging from a hotlink or timer thread expensive. Each thread
-// keeps the text of the current second (and its date) and only appends the
-// milliseconds; the local-time conversion runs once a second per thread, so
-// a change of the UTC offset is picked up at the next second.
-struct StampCache
+// Formatting a local time stamp through QDateTime costs microseconds. The
+// composer keeps the text of the current second (and its date) and only
+// appends the milliseconds; the local-time conversion runs once a second,
+// so a change of the UTC offset is picked up at the next second.
+struct Composer
 {
     qint64 second = -1;
     QString prefix; // "yyyy-MM-dd hh:mm:ss."
     qint32 date = 0;
+    quintptr thread = 0;
     QString threadId;
-};
 
-void Stamp(StampCache& cache, qint64 msecs)
-{
-    const qint64 second = msecs / 1000;
-    if (second != cache.second) {
-        const QDateTime local = QDateTime::fromMSecsSinceEpoch(second * 1000);
-        cache.prefix = local.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss."));
-        cache.date = cache.prefix.left(10).remove(QLatin1Char('-')).toInt();
-        cache.second = second;
+    void Stamp(qint64 msecs)
+    {
+        const qint64 s = msecs / 1000;
+        if (s != second) {
+            const QDateTime local = QDateTime::fromMSecsSinceEpoch(s * 1000);
+            prefix = local.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss."));
+            date = prefix.left(10).remove(QLatin1Char('-')).toInt();
+            second = s;
+        }
     }
-}
-} // namespace
 
-QString CLogger::AddLog(const QString& msg, bool withPrefix, const QString& level)
-{
-    thread_local StampCache cache;
-    const qint64 msecs = QDateTime::currentMSecsSinceEpoch();
-    Stamp(cache, msecs);
-    if (cache.threadId.isEmpty())
-        cache.threadId = QStringLiteral("%1").arg(reinterpret_cast<quintptr>(QThread::currentThreadId()), 4, 16,
-                                                  QLatin1Char('0'));
-
-    Log log;
-    log.date = cache.date;
-    if (withPrefix) {
+    CLogger::Log Compose(const CLogger::Entry& e)
+    {
+        Stamp(e.msecs);
+        CLogger::Log log;
+        log.date = date;
+        if (!e.level) {
+            log.text.reserve(e.msg.size() + 1);
+            log.text += e.msg;
+            log.text += QLatin1Char('\n');
+            return log;
+        }
+        if (threadId.isEmpty() || thread != e.thread) {
+            threadId = QStringLiteral("%1").arg(e.thread, 4, 16, QLatin1Char('0'));
+            thread = e.thread;
+        }
         // "%1 | %2 | %3 | %4\n": time stamp, level, thread, message. Built by
         // appending so that a '%' in the message is never taken for a marker.
-        const int ms = static_cast<int>(msecs % 1000);
+        const int ms = static_cast<int>(e.msecs % 1000);
         QString& text = log.text;
-        text.reserve(cache.prefix.size() + 3 + 3 + level.size() + 3 + cache.threadId.size() + 3 + msg.size() + 1);
-        text += cache.prefix;
+        text.reserve(prefix.size() + 3 + 3 + 3 + 3 + threadId.size() + 3 + e.msg.size() + 1);
+        text += prefix;
         text += QLatin1Char(char('0' + ms / 100));
         text += QLatin1Char(char('0' + ms / 10 % 10));
         text += QLatin1Char(char('0' + ms % 10));
         text += QLatin1String(" | ");
-        text += level;
+        text += QLatin1String(e.level);
         text += QLatin1String(" | ");
-        text += cache.threadId;
+        text += threadId;
         text += QLatin1String(" | ");
-        text += msg;
+        text += e.msg;
         text += QLatin1Char('\n');
-    } else {
-        log.text.reserve(msg.size() + 1);
-        log.text += msg;
-        log.text += QLatin1Char('\n');
+        return log;
     }
+};
+} // namespace
+
+void CLogger::Add(const char* level, const QString& msg, bool withPrefix)
+{
+    // The caller's share: the clock, its thread and a reference to the text.
+    Entry e{QDateTime::currentMSecsSinceEpoch(), withPrefix ? level : nullptr,
+            reinterpret_cast<quintptr>(QThread::currentThreadId()), msg};
     m_mutex.lock();
-    m_logQueue.append(log);
+    m_logQueue.push_back(std::move(e));
     m_mutex.unlock();
-    return log.text;
+}
+
+QString CLogger::AddLog(const QString& msg, bool withPrefix, const QString& level)
+{
+    // The level must outlive the queue: keep the known ones as literals.
+    static const char* const kLevels[] = {"ERR", "WAR", "INF", "DBG", "TST"};
+    const QByteArray wanted = level.toLatin1();
+    const char* lvl = nullptr;
+    for (const char* known : kLevels)
+        if (wanted == known)
+            lvl = known;
+    if (!lvl && withPrefix) {
+        static std::mutex internMutex;
+        static QList<QByteArray> interned; // QByteArray data stays put while it lives
+        std::lock_guard<std::mutex> lock(internMutex);
+        if (!interned.contains(wanted))
+            interned.append(wanted);
+        lvl = interned.at(interned.indexOf(wanted)).constData();
+    }
+    Entry e{QDateTime::currentMSecsSinceEpoch(), withPrefix ? lvl : nullptr,
+            reinterpret_cast<quintptr>(QThread::currentThreadId()), msg};
+    Composer composer;
+    const QString line = composer.Compose(e).text;
+    m_mutex.lock();
+    m_logQueue.push_back(std::move(e));
+    m_mutex.unlock();
+    return line;
 }
 
 QList<tagLogFileInfo> CLogger::GetLogFileList()
@@ -190,15 +222,18 @@ void CLogger::WriteFile(const CLogger::Log& log, QFile& file)
 void CLogger::LogTask(int interval)
 {
     QFile file;
-    QQueue<Log> local;
+    Composer composer;
+    std::vector<Entry> local;
     while (!m_taskStop) {
+        // Swap whole buffers: the callers' lock is held for a pointer swap,
+        // and both buffers keep their capacity from pass to pass.
         m_mutex.lock();
-        while (!m_logQueue.isEmpty())
-            local.append(m_logQueue.dequeue());
+        local.swap(m_logQueue);
         m_mutex.unlock();
 
-        while (!local.isEmpty())
-            WriteFile(local.dequeue(), file);
+        for (const Entry& e : local)
+            WriteFile(composer.Compose(e), file);
+        local.clear();
 
         QThread::msleep(static_cast<unsigned long>(interval));
     }
