@@ -17,7 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     FUZZ_CHECK(address.area != NcAddress::Invalid, text);
     FUZZ_CHECK(!address.name.isEmpty() && !address.key().isEmpty(), text);
     FUZZ_CHECK(address.count >= -1 && address.unit >= -1 && address.column >= -1, text);
-    FUZZ_CHECK(text.startsWith(address.bare()), text + " / " + address.bare());
+    // Blanks around the address are not part of it.
+    FUZZ_CHECK(text.trimmed().startsWith(address.bare()), text + " / " + address.bare());
     NcAddress again;
     FUZZ_CHECK(NcAddress::parse(text, again, why) && again.key() == address.key() && again.numbers == address.numbers,
                text);
