@@ -2,6 +2,9 @@
 
 #include "Utf8Text.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <dirent.h>
 #include <fstream>
 #include <iterator>
 #include <sys/stat.h>
@@ -52,6 +55,49 @@ void RequestWatcher::Poll()
     }
     for (Pending& pending : settled)
         Settle(pending);
+    if (!settled.empty()) {
+        const std::string& base = settled.front().base;
+        KeepNewestFates(base.substr(0, base.find_last_of('/')), kFatesKept);
+    }
+}
+
+void RequestWatcher::KeepNewestFates(const std::string& folder, std::size_t keep)
+{
+    struct Fate
+    {
+        std::string path;
+        struct timespec written;
+    };
+    std::vector<Fate> fates;
+    DIR* dir = opendir(folder.c_str());
+    if (!dir)
+        return;
+    while (const dirent* entry = readdir(dir)) {
+        const std::string name = entry->d_name;
+        if (name.size() < 5)
+            continue;
+        const std::string suffix = name.substr(name.size() - 4);
+        if (suffix != ".REC" && suffix != ".REP")
+            continue;
+        struct stat st;
+        const std::string path = folder + "/" + name;
+        if (stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode))
+            fates.push_back({path, st.st_mtim});
+    }
+    closedir(dir);
+    if (fates.size() <= keep)
+        return;
+    // Newest first; the name decides between equal times, so that the
+    // choice does not depend on the order of the folder.
+    std::sort(fates.begin(), fates.end(), [](const Fate& a, const Fate& b) {
+        if (a.written.tv_sec != b.written.tv_sec)
+            return a.written.tv_sec > b.written.tv_sec;
+        if (a.written.tv_nsec != b.written.tv_nsec)
+            return a.written.tv_nsec > b.written.tv_nsec;
+        return a.path > b.path;
+    });
+    for (std::size_t i = keep; i < fates.size(); ++i)
+        std::remove(fates[i].path.c_str());
 }
 
 bool RequestWatcher::Settle(Pending& pending)

@@ -40,6 +40,11 @@ public:
     void Close();
     std::size_t Count();
 
+    // The plug-in leaves a .REC or .REP file behind for every request it
+    // keeps or refuses; of those in folder only the newest keep stay.
+    static constexpr std::size_t kFatesKept = 200;
+    static void KeepNewestFates(const std::string& folder, std::size_t keep);
+
 private:
     bool Settle(Pending& pending);
 

@@ -106,6 +106,21 @@ bool CAppCfg::ReadCfgFile()
     }
 
     QSettings settings(m_cfgFile, QSettings::IniFormat);
+    // A file that is no ini of ours says nothing about the settings: a
+    // binary file, another program's ini, or one caught empty in the middle
+    // of an editor's save must not turn the settings in force into defaults.
+    // The file is left as it is; the next change to it is read again.
+    QString refused;
+    if (settings.status() != QSettings::NoError)
+        refused = QStringLiteral("Invalid format");
+    else if (!settings.childGroups().contains(QString::fromLatin1(kGroup)))
+        refused = QStringLiteral("No group %1").arg(QString::fromLatin1(kGroup));
+    if (!refused.isEmpty()) {
+        CLogger::Error(QStringLiteral("Read ini file failed. IniFile=%1, ErrInfo=%2, the settings in force are kept")
+                           .arg(m_cfgFile, refused),
+                       true);
+        return true;
+    }
     settings.beginGroup(QString::fromLatin1(kGroup));
     const char* const order[] = {kTarget, kWorkoffset, kWofsaxes, kNetEnable, kNetIp,
                                  kNetPort, kProgramDir, kMacroDir, kResultFile};

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 #include <QFontInfo>
 #include <QHostAddress>
 #include <QNetworkInterface>
@@ -264,13 +265,25 @@ static bool ClearTarget(const QString& from, const QString& to, bool overwrite)
     return true;
 }
 
+// Clearing the target of a file onto itself would remove the file.
+static bool SameFile(const QString& from, const QString& to)
+{
+    const QFileInfo a(from);
+    const QFileInfo b(to);
+    return a.exists() && b.exists() && a.canonicalFilePath() == b.canonicalFilePath();
+}
+
 bool CMiscUtility::RenameFile(const QString& from, const QString& to, bool overwrite)
 {
+    if (SameFile(from, to))
+        return true;
     return ClearTarget(from, to, overwrite) && QFile::rename(from, to);
 }
 
 bool CMiscUtility::CopyFile(QString from, QString to, bool overwrite)
 {
+    if (SameFile(from, to))
+        return true;
     return ClearTarget(from, to, overwrite) && QFile::copy(from, to);
 }
 
@@ -278,6 +291,8 @@ bool CMiscUtility::MoveFile(QString from, QString to, bool overwrite)
 {
     // Copy and remove rather than rename: source and target may lie on
     // different file systems (CF card, network share, USB stick).
+    if (SameFile(from, to))
+        return true;
     if (!CopyFile(from, to, overwrite))
         return false;
     return QFile::remove(from);

@@ -74,7 +74,7 @@ public:
 
     // The text of <info><Version> of the HMI's version file: 0, -93 no file
     // name, -82 unreadable, -96 no such element.
-    int GetVersionFromXmlFile(QString file, QString& version);
+    static int GetVersionFromXmlFile(QString file, QString& version);
 
     static bool FileLastWriteTimeLessThan(const NodeInfo& a, const NodeInfo& b);
     static bool FileLastWriteTimeMoreThan(const NodeInfo& a, const NodeInfo& b);

@@ -116,7 +116,9 @@ bool CSiemensNC::CheckRVarRange(int index, int count, QString& errInfo)
         errInfo = QStringLiteral("Cannot get the count of R variable");
         return false;
     }
-    if (index + count > rVarCount) {
+    // In 64 bits: a client may send an index near the top of int, and the
+    // sum must not wrap round into the range.
+    if (qint64(index) + count > rVarCount) {
         errInfo = QStringLiteral("Address out of range [0, %1]").arg(rVarCount - 1);
         return false;
     }

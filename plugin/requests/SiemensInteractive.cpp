@@ -64,6 +64,13 @@ bool IsBareFileName(const QString& name)
         return false;
     return !QDir::isAbsolutePath(name);
 }
+
+// An answer named like a request would be taken for one on the next pass
+// through the folder it lands in.
+bool IsRequestName(const QString& name)
+{
+    return CMiscUtility::GetFileSuffix(name).compare(QLatin1String(".req"), Qt::CaseInsensitive) == 0;
+}
 } // namespace
 
 CSiemensInteractive::CSiemensInteractive(const QString& applDir, CSiemensAPI* api)
@@ -520,7 +527,7 @@ int CSiemensInteractive::ReadVar(bool isNetServer, const QString& reqFile, const
         return -83;
     }
     const QString resFileName = params.at(1).trimmed();
-    if (!IsBareFileName(resFileName)) {
+    if (!IsBareFileName(resFileName) || IsRequestName(resFileName)) {
         CLogger::Error(failed.arg(Name(reqFile), QStringLiteral("Invalid parameter ResFileName")), true);
         return -83;
     }
