@@ -1,7 +1,8 @@
 // Paths and names from a client, through the net server's fence. The
-// application folder holds a link that leads out of it. Whatever the text,
-// what passes is free of control characters and '.' or '..' parts, and is
-// either on the NC (//NC/...) or really inside the application folder.
+// application folder and the NC's folder each hold a link that leads out.
+// Whatever the text, what passes is free of control characters and '.' or
+// '..' parts, and what exists of it lies really inside the application
+// folder or, for //NC/..., inside the NC's folder.
 #include "FuzzSupport.h"
 #include "PathPolicy.h"
 
@@ -12,6 +13,7 @@
 namespace {
 PathPolicy* g_policy = nullptr;
 std::string g_realAppl;
+std::string g_realNc;
 
 bool HasDotPart(const std::string& path)
 {
@@ -26,17 +28,21 @@ void CheckServed(const std::string& in, const std::string& path)
         FUZZ_CHECK(c >= 0x20 && c != 0x7F, shown);
     FUZZ_CHECK(path.find('\\') == std::string::npos, shown);
     FUZZ_CHECK(!HasDotPart(path), shown);
-    if (path.size() > 5 && path[0] == '/' && path[1] == '/' && (path[2] | 0x20) == 'n' && (path[3] | 0x20) == 'c'
-        && path[4] == '/')
-        return;
+    std::string host = path;
+    std::string root = g_realAppl;
+    if (path.size() >= 5 && path[0] == '/' && path[1] == '/' && (path[2] | 0x20) == 'n' && (path[3] | 0x20) == 'c'
+        && path[4] == '/') {
+        host = g_realNc + path.substr(4);
+        root = g_realNc;
+    }
     // Whatever exists of it lies inside the real application folder.
-    std::string probe = path;
+    std::string probe = host;
     char resolved[PATH_MAX];
     while (!probe.empty() && !realpath(probe.c_str(), resolved))
         probe.erase(probe.find_last_of('/') == std::string::npos ? 0 : probe.find_last_of('/'));
     FUZZ_CHECK(!probe.empty(), shown);
     const std::string real = resolved;
-    FUZZ_CHECK(real == g_realAppl || real.rfind(g_realAppl + "/", 0) == 0, shown + " -> " + QString::fromStdString(real));
+    FUZZ_CHECK(real == root || real.rfind(root + "/", 0) == 0, shown + " -> " + QString::fromStdString(real));
 }
 } // namespace
 
@@ -45,12 +51,16 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     fuzz::Init();
     const QString appl = fuzz::Dir() + QStringLiteral("/appl");
     QDir().mkpath(appl + QStringLiteral("/report"));
+    const QString nc = fuzz::Dir() + QStringLiteral("/nc");
+    QDir().mkpath(nc + QStringLiteral("/MPF.DIR"));
     QDir().mkpath(fuzz::Dir() + QStringLiteral("/outside"));
-    if (symlink("../outside", (appl + QStringLiteral("/out")).toLocal8Bit().constData()) != 0)
+    if (symlink("../outside", (appl + QStringLiteral("/out")).toLocal8Bit().constData()) != 0 ||
+        symlink("../../outside", (nc + QStringLiteral("/MPF.DIR/out")).toLocal8Bit().constData()) != 0)
         fuzz::Fail("symlink", appl);
     char resolved[PATH_MAX];
     g_realAppl = realpath(appl.toLocal8Bit().constData(), resolved);
-    g_policy = new PathPolicy(appl.toStdString());
+    g_realNc = realpath(nc.toLocal8Bit().constData(), resolved);
+    g_policy = new PathPolicy(appl.toStdString(), nc.toStdString());
     return 0;
 }
 

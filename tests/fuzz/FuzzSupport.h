@@ -16,17 +16,18 @@
 #include "Logger.h"
 
 // CLogger makes this class its friend for tests. Nothing writes the lines of
-// a fuzz run away, so each run takes them out of the queue, which would
-// otherwise grow with every run.
+// a fuzz run away, so each run takes their texts out of the queue, which
+// would otherwise grow with every run.
 class TestLogger
 {
 public:
     static QStringList Take()
     {
         QStringList lines;
-        QMutexLocker locker(&CLogger::m_mutex);
-        while (!CLogger::m_logQueue.isEmpty())
-            lines.append(CLogger::m_logQueue.dequeue().text);
+        std::lock_guard<std::mutex> locker(CLogger::m_mutex);
+        for (const CLogger::Entry& e : CLogger::m_logQueue)
+            lines.append(e.msg + QLatin1Char('\n'));
+        CLogger::m_logQueue.clear();
         return lines;
     }
 };
