@@ -61,7 +61,6 @@ void TestSphereAndReport::sphereRunAndEveryStateOfTheStateWord()
 {
     QVERIFY(Set(kSphere.arg(4), "0") && m.Show(4, "screenFindSphereCenter"));
     QCOMPARE(m.Caption(), QStringLiteral("NC Harvel - Find Sphere Center"));
-    QVERIFY(m.Read("Program").startsWith("; FIND_SPHERE_CENTER\n"));
     QVERIFY(!m.KeyEnabled(1));
 
     // The run key follows the inputs: radii above 0 with a point, a work
@@ -177,7 +176,7 @@ void TestSphereAndReport::uploadedReportsInTheViewer()
     QVERIFY2(m.Read("viewer").startsWith(QStringLiteral("file: %1/Probing_Report_A.pdf\npages: 2\n").arg(reportDir)),
              qPrintable(m.Read("viewer")));
     const double fit = ViewerZoom();
-    QVERIFY(m.KeyEnabled(1) && m.KeyEnabled(2) && m.KeyEnabled(3));
+    QVERIFY(m.KeyEnabled(3));
     QVERIFY(m.Hmi({"key", "resetSize"}));
     QTRY_COMPARE_WITH_TIMEOUT(ViewerZoom(), fit, 5000);
 
