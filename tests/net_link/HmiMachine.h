@@ -15,8 +15,6 @@
 #include <QTcpServer>
 #include <QTemporaryDir>
 
-#include <cstdlib>
-
 namespace NetLinkFixture {
 
 inline QByteArray FileBytes(const QString& path)
@@ -44,10 +42,7 @@ struct HmiMachine
     {
         if (withNet)
             server = QStringLiteral("127.0.0.1:") + FreePort();
-        const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' %3 '%4' >/dev/null")
-                                    .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT),
-                                         withNet ? QStringLiteral("--net-server ") + server : QString(), dir.path());
-        return dir.isValid() && std::system(install.toLocal8Bit().constData()) == 0;
+        return dir.isValid() && InstallPlugin(dir.path(), server);
     }
     bool Start()
     {
