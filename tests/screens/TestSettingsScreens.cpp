@@ -22,6 +22,8 @@ private slots:
     void ugudActivationEveryOutcome();
 
 private:
+    // Grid rows written as one text, '|' between them.
+    static QStringList Lines(const char* rows) { return QString::fromLatin1(rows).split(QLatin1Char('|')); }
     QString Port() const { return m.server.section(QLatin1Char(':'), 1); }
     QString Ini() const { return m.Path("card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI"); }
     QString Setting(const QString& key) const
@@ -109,9 +111,7 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     for (const QString& axis : {QStringLiteral("X"), QStringLiteral("Y"), QStringLiteral("Z")})
         QVERIFY(m.Hmi({"cell", "gridWofsMap", QString::number(axis.at(0).unicode() - 'X'), QStringLiteral("3"),
                        QStringLiteral("--choose"), axis}));
-    QCOMPARE(m.Rows("gridWofsMap").mid(0, 3),
-             QStringList({QStringLiteral("X\t1\tLinear\tX"), QStringLiteral("Y\t2\tLinear\tY"),
-                          QStringLiteral("Z\t3\tLinear\tZ")}));
+    QCOMPARE(m.Rows("gridWofsMap").mid(0, 3), Lines("X\t1\tLinear\tX|Y\t2\tLinear\tY|Z\t3\tLinear\tZ"));
     QVERIFY(m.Hmi({"key", "doOK"}));
     QVERIFY(Answer("doOK"));
     QTRY_COMPARE_WITH_TIMEOUT(
@@ -169,8 +169,7 @@ void TestSettingsScreens::axesMapKeepsWhatItCannotShow()
     QTRY_COMPARE_WITH_TIMEOUT(m.Read("editWofsAxes"), QStringLiteral("1-9-0-0-0-0"), 10000);
 
     QVERIFY(m.Open("mapWofsAxes", "screenWofsMap"));
-    const QStringList filled{QStringLiteral("X\t1\tLinear\tX"), QStringLiteral("Y\t9\t\t"), QStringLiteral("Z\t0\t\t"),
-                             QStringLiteral("A\t0\t\t"),        QStringLiteral("B\t0\t\t"), QStringLiteral("C\t0\t\t")};
+    const QStringList filled = Lines("X\t1\tLinear\tX|Y\t9\t\t|Z\t0\t\t|A\t0\t\t|B\t0\t\t|C\t0\t\t");
     QCOMPARE(m.Rows("gridWofsMap"), filled);
     // The same map back asks nothing and changes nothing.
     const QByteArray before = FileBytes(Ini());
@@ -182,9 +181,7 @@ void TestSettingsScreens::axesMapKeepsWhatItCannotShow()
     QVERIFY(m.Open("mapWofsAxes", "screenWofsMap"));
     QVERIFY(m.Hmi({"key", "mapDefault"}));
     QCOMPARE(m.Rows("gridWofsMap"),
-             QStringList({QStringLiteral("X\t1\tLinear\tX"), QStringLiteral("Y\t2\tLinear\tY"),
-                          QStringLiteral("Z\t3\tLinear\tZ"), QStringLiteral("A\t4\tRotary\tA"),
-                          QStringLiteral("B\t0\t\t"), QStringLiteral("C\t6\tRotary\tC")}));
+             Lines("X\t1\tLinear\tX|Y\t2\tLinear\tY|Z\t3\tLinear\tZ|A\t4\tRotary\tA|B\t0\t\t|C\t6\tRotary\tC"));
     QVERIFY(m.Open("doCancel", "screenSettings"));
     QCOMPARE(FileBytes(Ini()), before);
     QVERIFY(m.Open("mapWofsAxes", "screenWofsMap"));
