@@ -3,6 +3,7 @@
 // states and its registration, seen from the outside.
 #include "HmiFramework.h"
 #include "HmiHost.h"
+#include "NetLinkFixture.h"
 #include "SlGfwHmiDialog.h"
 #include "SlGfwPluginByMakroBaseV2.h"
 #include "VirtualNc.h"
@@ -16,8 +17,6 @@
 #include <QLibrary>
 #include <QTemporaryDir>
 #include <QtTest>
-
-#include <cstdlib>
 
 namespace {
 const QString kTitle = QStringLiteral("SiemensHarvel (Build 20260528) for NCU");
@@ -50,9 +49,7 @@ private:
 
 bool TestSiemensHarvel::install()
 {
-    const QString command = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' '%3' >/dev/null")
-                                .arg(qEnvironmentVariable("HARVEL_BINARY_DIR"), QString(HARVEL_INSTALL_SCRIPT), m_machine->path());
-    return std::system(command.toLocal8Bit().constData()) == 0;
+    return NetLinkFixture::InstallPlugin(m_machine->path());
 }
 
 QString TestSiemensHarvel::log() const

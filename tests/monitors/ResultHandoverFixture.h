@@ -20,8 +20,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <cstdlib>
-
 class ResultHandoverFixture
 {
 public:
@@ -32,10 +30,7 @@ public:
     // netServer: an ADDRESS:PORT for the net server, or empty for none.
     bool Install(const QString& netServer)
     {
-        const QString net = netServer.isEmpty() ? QString() : "--net-server " + netServer;
-        const QString command = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' %3 '%4' >/dev/null")
-                                    .arg(BinaryDir(), QString(HARVEL_INSTALL_SCRIPT), net, m_machine.path());
-        return m_machine.isValid() && std::system(command.toLocal8Bit().constData()) == 0;
+        return m_machine.isValid() && NetLinkFixture::InstallPlugin(m_machine.path(), netServer);
     }
     QStringList Start()
     {

@@ -4,17 +4,9 @@
 // runs as a process, since the message holds its main thread until the
 // operator has answered; NC and operator are driven through its socket.
 
-#include "CtlClient.h"
-#include "NetLinkFixture.h"
+#include "HmiMachine.h"
 
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QtTest>
-
-#include <cstdlib>
 
 namespace {
 QString vint(int i) { return QStringLiteral("/NC/_N_NC_GD3_ACX/TMR_DIALOG_VINT[%1]").arg(i); }
@@ -26,41 +18,20 @@ class TestSiemensDialogMonitor : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void cleanupTestCase();
+    void initTestCase() { QVERIFY(m.Install(false) && m.Start()); }
+    void cleanupTestCase() { m.Stop(); }
     void dialogAnsweredThroughTheStateWord();
 
 private:
     void answer(const QStringList& fault, const QString& typed, const QString& key, const QString& style,
                 const QString& logged, const QString& answer);
-    CtlResult ctl(const QStringList& args) { return CtlClient::call(m_machine.path(), args, 20000); }
-    QString get(const QString& path) { return ctl({"nc", "get", path}).out.trimmed(); }
-    bool set(const QString& path, const QString& value) { return ctl({"nc", "set", path, value}).code == 0; }
-    QString log() const
-    {
-        QFile log(m_machine.path() + "/card/oem/sinumerik/hmi/NorvaneZYN/appl/logs/SiemensHarvel.log");
-        return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
-    }
+    CtlResult ctl(const QStringList& args) { return m.Ctl(args); }
+    QString get(const QString& path) { return m.Get(path); }
+    bool set(const QString& path, const QString& value) { return m.Ok({"nc", "set", path, value}); }
+    QString log() const { return m.Log(); }
 
-    QTemporaryDir m_machine;
-    QProcess m_hmi;
+    NetLinkFixture::HmiMachine m;
 };
-
-void TestSiemensDialogMonitor::initTestCase()
-{
-    const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' '%3' >/dev/null")
-                                .arg(NetLinkFixture::BinaryDir(), QString(HARVEL_INSTALL_SCRIPT), m_machine.path());
-    QVERIFY(std::system(install.toLocal8Bit().constData()) == 0);
-    m_hmi.start(NetLinkFixture::BinaryDir() + "/bin/harvel-hmi", {"--machine", m_machine.path(), "--headless"});
-    QVERIFY(m_hmi.waitForStarted(20000));
-    QTRY_VERIFY_WITH_TIMEOUT(ctl({"hmi", "areas"}).code == 0, 60000);
-}
-
-void TestSiemensDialogMonitor::cleanupTestCase()
-{
-    ctl({"quit"});
-    QVERIFY(m_hmi.waitForFinished(60000));
-}
 
 void TestSiemensDialogMonitor::dialogAnsweredThroughTheStateWord()
 {
@@ -98,11 +69,8 @@ void TestSiemensDialogMonitor::answer(const QStringList& fault, const QString& t
     const int logCount = log().count(logged);
     QVERIFY(set(vstr(1), text) && set(vstr(2), "Offset") && set(vint(2), "1") && set(vint(3), style) && set(vint(1), "1"));
     if (!key.isEmpty()) {
-        QTRY_VERIFY_WITH_TIMEOUT(QJsonDocument::fromJson(ctl({"hmi", "state", "--json"}).out.toUtf8())
-                                         .object().value("screen").toString() == "screenIMSG" &&
-                                     ctl({"hmi", "read", "textMessage"}).out.trimmed() == text, 20000);
-        const QJsonObject state = QJsonDocument::fromJson(ctl({"hmi", "state", "--json"}).out.toUtf8()).object();
-        QCOMPARE(state.value("status").toVariant().toStringList(), (QStringList{"ID: 0", "Sender: CNC program"}));
+        QTRY_VERIFY_WITH_TIMEOUT(m.Screen() == "screenIMSG" && m.Read("textMessage") == text, 20000);
+        QCOMPARE(m.State().value("status").toVariant().toStringList(), (QStringList{"ID: 0", "Sender: CNC program"}));
         // Nothing is answered while the operator has not.
         QCOMPARE(get(vint(1)), QStringLiteral("1"));
         QCOMPARE(ctl({"hmi", "type", typed}).code, 0);

@@ -15,6 +15,8 @@
 
 #include <dlfcn.h>
 
+#include <cstdlib>
+
 #include <functional>
 
 namespace NetLinkFixture {
@@ -71,6 +73,18 @@ inline bool RetryUntil(const std::function<bool()>& attempt, int limitMs = 30000
     }
     return false;
 }
+
+#ifdef HARVEL_INSTALL_SCRIPT
+// Installs the plug-in into a machine folder with the install script;
+// netServer: the net server's ADDRESS:PORT, or empty for none.
+inline bool InstallPlugin(const QString& machine, const QString& netServer = QString())
+{
+    const QString command = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' %3 '%4' >/dev/null")
+                                .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT),
+                                     netServer.isEmpty() ? QString() : "--net-server " + netServer, machine);
+    return std::system(command.toLocal8Bit().constData()) == 0;
+}
+#endif
 
 struct ClientRun
 {

@@ -17,7 +17,6 @@
 
 #include <dlfcn.h>
 
-#include <cstdlib>
 
 using namespace NetLinkFixture;
 
@@ -97,9 +96,7 @@ void TestSiemensHarvelNet::initTestCase()
     QVERIFY(m_machine.isValid());
     // "::" serves IPv4 and IPv6 clients alike; port 0 lets the library
     // take a free one.
-    const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' --net-server :::0 '%3' >/dev/null")
-                                .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), m_machine.path());
-    QVERIFY(std::system(install.toLocal8Bit().constData()) == 0);
+    QVERIFY(InstallPlugin(m_machine.path(), QStringLiteral(":::0")));
     QSettings(m_machine.path() + QStringLiteral("/card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI"), QSettings::IniFormat)
         .setValue(QStringLiteral("TMRNC/wofsaxes"), QStringLiteral("123000"));
 

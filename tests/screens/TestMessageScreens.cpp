@@ -5,23 +5,13 @@
 // thread in a nested event loop until it is answered, which a test hosting
 // the HMI in its own main thread could not get out of.
 
-#include "CtlClient.h"
 #include "HmiFramework.h"
 #include "HmiHost.h"
-#include "NetLinkFixture.h"
+#include "HmiMachine.h"
 #include "SlGfwHmiDialog.h"
 
-#include <QFileInfo>
-#include <QHostAddress>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
-#include <QTcpServer>
-#include <QTemporaryDir>
 #include <QtTest>
 
-#include <cstdlib>
 #include <memory>
 
 using namespace NetLinkFixture;
@@ -38,8 +28,13 @@ class TestMessageScreens : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void cleanupTestCase();
+    void initTestCase()
+    {
+        QVERIFY(m.Install() && m.Start());
+        // The area starts although its log screen is not part of this build.
+        QVERIFY(m.Ctl({"hmi", "areas"}).out.contains(QStringLiteral("Norvane SiemensHarvel ok")));
+    }
+    void cleanupTestCase() { m.Stop(); }
 
     void everyStyleAnsweredWithEachOfItsKeys();
     void textsReachTheScreenAsSent();
@@ -47,57 +42,22 @@ private slots:
     void queryScreenAnswersOnlyOkWithYes();
 
 private:
-    std::unique_ptr<QProcess> StartMessage(const QStringList& args);
-    void Answer(QProcess* client, const QString& key, const QString& out);
-    CtlResult Hmi(const QStringList& args)
+    std::unique_ptr<QProcess> StartMessage(const QStringList& args)
     {
-        return CtlClient::call(m_machine.path(), QStringList{"hmi"} + args, 20000);
+        std::unique_ptr<QProcess> process(new QProcess);
+        process->start(BinaryDir() + "/bin/harvel-client", QStringList{"--server", m.server, "message"} + args);
+        return process;
     }
-    QJsonObject State();
-    QString Read(const QString& widget) { return Hmi({"read", widget}).out.trimmed(); }
+    void Answer(QProcess* client, const QString& key, const QString& out);
+    CtlResult Hmi(const QStringList& args) { return m.Ctl(QStringList{"hmi"} + args); }
+    QJsonObject State() { return m.State(); }
+    QString Read(const QString& widget) { return m.Read(widget); }
     // Positions 2 to 8 of the vertical bar that are enabled.
     QList<int> EnabledKeys();
     bool ShowsMessage(const QString& text);
 
-    QTemporaryDir m_machine;
-    QProcess m_hmi;
-    QString m_server;
+    HmiMachine m;
 };
-
-void TestMessageScreens::initTestCase()
-{
-    QVERIFY(m_machine.isValid());
-    // A port that was free a moment ago: the server's own choice of port is
-    // told only to the process that loaded it.
-    QTcpServer probe;
-    QVERIFY(probe.listen(QHostAddress::LocalHost, 0));
-    m_server = QStringLiteral("127.0.0.1:%1").arg(probe.serverPort());
-    probe.close();
-    const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' --net-server %3 '%4' >/dev/null")
-                                .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), m_server, m_machine.path());
-    QVERIFY(std::system(install.toLocal8Bit().constData()) == 0);
-    m_hmi.start(BinaryDir() + "/bin/harvel-hmi", {"--machine", m_machine.path(), "--headless"});
-    QVERIFY(m_hmi.waitForStarted(20000));
-    QTRY_VERIFY_WITH_TIMEOUT(Hmi({"areas"}).code == 0, 60000);
-    // The area starts although its log screen is not part of this build.
-    QVERIFY(Hmi({"areas"}).out.contains(QStringLiteral("Norvane SiemensHarvel ok")));
-}
-
-void TestMessageScreens::cleanupTestCase()
-{
-    if (m_hmi.state() == QProcess::Running) {
-        CtlClient::call(m_machine.path(), {"quit"}, 20000);
-        QVERIFY(m_hmi.waitForFinished(60000));
-        QCOMPARE(m_hmi.exitCode(), 0);
-    }
-}
-
-std::unique_ptr<QProcess> TestMessageScreens::StartMessage(const QStringList& args)
-{
-    std::unique_ptr<QProcess> process(new QProcess);
-    process->start(BinaryDir() + "/bin/harvel-client", QStringList{"--server", m_server, "message"} + args);
-    return process;
-}
 
 // Presses the key and checks what the waiting harvel-client got back.
 void TestMessageScreens::Answer(QProcess* client, const QString& key, const QString& out)
@@ -105,11 +65,6 @@ void TestMessageScreens::Answer(QProcess* client, const QString& key, const QStr
     QCOMPARE(Hmi({"key", key}).code, 0);
     QVERIFY2(client->waitForFinished(60000) && client->exitCode() == 0, client->readAllStandardError().constData());
     QCOMPARE(QString::fromUtf8(client->readAllStandardOutput()), out);
-}
-
-QJsonObject TestMessageScreens::State()
-{
-    return QJsonDocument::fromJson(Hmi({"state", "--json"}).out.toUtf8()).object();
 }
 
 QList<int> TestMessageScreens::EnabledKeys()
@@ -231,12 +186,10 @@ void TestMessageScreens::queryScreenAnswersOnlyOkWithYes()
 {
     // The query is opened by the area's own screens, in the HMI's thread;
     // here the test is that thread, with the plug-in in a machine of its own.
-    QTemporaryDir machine;
-    const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' '%3' >/dev/null")
-                                .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), machine.path());
-    QVERIFY(std::system(install.toLocal8Bit().constData()) == 0);
+    HmiMachine machine;
+    QVERIFY(machine.Install(false));
     HmiHost host;
-    QCOMPARE(host.start(machine.path()), QStringList());
+    QCOMPARE(host.start(machine.dir.path()), QStringList());
     auto hmi = [&host](const QStringList& args) { return host.command(QStringList{QStringLiteral("hmi")} + args); };
     QCOMPARE(hmi({"area", "Norvane"}).code, 0);
     SlGfwHmiDialog* dialog = host.framework()->currentDialog();
