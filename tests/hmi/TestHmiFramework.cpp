@@ -338,7 +338,7 @@ void TestHmiFramework::configurations()
     wrongDialog.dialog = "NoSuchDialog";
     QVERIFY(!m_fw->addPluginArea(wrongDialog, m_error));
     QCOMPARE(m_fw->areaCount(), 5);
-    for (const QString& name : {"Missing", "BadCfg", "WrongDialog"}) {
+    for (const char* name : {"Missing", "BadCfg", "WrongDialog"}) {
         const HmiFramework::Area& area = m_fw->area(m_fw->indexOfArea(name));
         QVERIFY(!area.error.isEmpty());
         QVERIFY(m_fw->activateArea(name, m_error));
