@@ -45,7 +45,7 @@ void TestFileService::pathsAndRefusedOperations()
         QCOMPARE(out, p.second);
     }
     bool isNc = false;
-    for (const QString& p : {"//NC/SPF.DIR", "//127.0.0.1/telmor", "/tmp"}) {
+    for (const QString p : {"//NC/SPF.DIR", "//127.0.0.1/telmor", "/tmp"}) {
         QCOMPARE(svc.isPathNC(p, isNc), 0L);
         QCOMPARE(isNc, p.startsWith("//NC"));
     }
