@@ -22,26 +22,6 @@ QStringList listValue(const QSettings& ini, const QString& key)
     return items;
 }
 
-bool readTriple(const QSettings& ini, const QString& key, QVector<double>& out, QString& error)
-{
-    if (!ini.contains(key))
-        return true;
-    const QStringList items = listValue(ini, key);
-    if (items.size() != 3) {
-        error = QStringLiteral("%1 needs three numbers, got '%2'").arg(key, items.join(QLatin1Char(',')));
-        return false;
-    }
-    for (int i = 0; i < 3; ++i) {
-        bool ok = false;
-        out[i] = items[i].toDouble(&ok);
-        if (!ok) {
-            error = QStringLiteral("%1: '%2' is no number").arg(key, items[i]);
-            return false;
-        }
-    }
-    return true;
-}
-
 bool readList(const QSettings& ini, const QString& key, QVector<double>& out, QString& error)
 {
     if (!ini.contains(key))
@@ -112,8 +92,8 @@ bool MachineConfig::load(const QString& iniPath, QString& error)
         || !readInt(ini, QStringLiteral("Channel/RParameters"), rParameters, 1, 32535, e)
         || !readInt(ini, QStringLiteral("Channel/UserFrames"), userFrames, 1, 100, e)
         || !readInt(ini, QStringLiteral("Hotlink/UpdatePeriodMs"), updatePeriodMs, 1, 60000, e)
-        || !readTriple(ini, QStringLiteral("RotaryTable/BaseTool"), baseTool, e)
-        || !readTriple(ini, QStringLiteral("RotaryTable/JointOffset"), jointOffset, e)) {
+        || !readList(ini, QStringLiteral("RotaryTable/BaseTool"), baseTool, e)
+        || !readList(ini, QStringLiteral("RotaryTable/JointOffset"), jointOffset, e)) {
         error = QStringLiteral("%1: %2").arg(iniPath, e);
         return false;
     }

@@ -714,6 +714,12 @@ bool NcProgramRunner::elementIndex(const QList<ExprPtr>& index, int size, const 
     return true;
 }
 
+QString NcProgramRunner::gudElement(const Gud& gud, int i)
+{
+    // The NC's address counts the elements from 1, the program from 0.
+    return gud.size ? QStringLiteral("%1[%2]").arg(gud.address).arg(i + 1) : gud.address;
+}
+
 bool NcProgramRunner::findGud(const QString& name, Gud& gud)
 {
     const auto cached = m_guds.constFind(name);
@@ -786,8 +792,7 @@ bool NcProgramRunner::readVariable(const QString& name, const QList<ExprPtr>& in
             return false;
         QVariant v;
         QString why;
-        // The NC's address counts the elements from 1, the program from 0.
-        const QString address = gud.size ? QStringLiteral("%1[%2]").arg(gud.address).arg(i + 1) : gud.address;
+        const QString address = gudElement(gud, i);
         if (m_nc.read(address, v, &why) != SL_CAP_OK)
             return fail(kNameUnknown, why);
         out = fromVariant(v);
@@ -846,7 +851,7 @@ bool NcProgramRunner::assign(const QString& name, const QList<ExprPtr>& index, c
         int i = 0;
         if (!elementIndex(index, gud.size, name, i))
             return false;
-        const QString address = gud.size ? QStringLiteral("%1[%2]").arg(gud.address).arg(i + 1) : gud.address;
+        const QString address = gudElement(gud, i);
         QString why;
         if (m_nc.write(address, toVariant(v), &why) != SL_CAP_OK)
             return fail(kDataType, QStringLiteral("%1 cannot take %2: %3").arg(name, v.toString(), why));

@@ -93,6 +93,8 @@ private:
     bool assign(const QString& name, const QList<ExprPtr>& index, const ExprPtr& valueExpr);
     bool convert(const Value& in, int type, int stringLength, Value& out, const QString& name);
     bool findGud(const QString& name, Gud& gud);
+    // The NC's address of element i (counted from 0, as in a program).
+    static QString gudElement(const Gud& gud, int i);
     bool elementIndex(const QList<ExprPtr>& index, int size, const QString& name, int& element);
     int axisIndex(const QString& name) const;
     bool axisOf(const QList<ExprPtr>& index, const QString& name, int& axis);
