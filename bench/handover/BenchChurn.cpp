@@ -274,7 +274,7 @@ int main(int argc, char** argv)
         return 0;
     }
     const quint32 seed = qEnvironmentVariableIsSet("HARVEL_CHURN_SEED")
-                             ? quint32(qEnvironmentVariableIntValue("HARVEL_CHURN_SEED"))
+                             ? qEnvironmentVariable("HARVEL_CHURN_SEED").toUInt()
                              : QRandomGenerator::global()->generate();
     if (!machineOnly) {
         std::printf("churn: %d results on %d machine(s), seed %u\n", results, machines, seed);
