@@ -52,8 +52,7 @@ private slots:
     void init();
     void cleanup();
 
-    void pluginContract();
-    void formsAreMadeByClassNameAndCounted();
+    void pluginContractAndForms();
     void propertyStrings_data();
     void propertyStrings();
     void modalScreensNestTwoDeep();
@@ -88,7 +87,7 @@ void TestHmiFramework::cleanup()
     QCOMPARE(TestMainForm::instances, 0);
 }
 
-void TestHmiFramework::pluginContract()
+void TestHmiFramework::pluginContractAndForms()
 {
     HmiPluginLibrary lib(HMI_TEST_PLUGIN);
     QVERIFY2(lib.load(m_error), qPrintable(m_error));
@@ -122,10 +121,8 @@ void TestHmiFramework::pluginContract()
     QCOMPARE(plugin->registeredObjects(), QList<QObject*>{form.data()});
     form.reset();
     QVERIFY(plugin->registeredObjects().isEmpty());
-}
 
-void TestHmiFramework::formsAreMadeByClassNameAndCounted()
-{
+    // In an area, by the configuration's class names, counted by reference.
     QVERIFY(!m_dialog->formRef("formUnknown"));
     QCOMPARE(m_dialog->formRefCount("formUnknown"), 0);
     QVERIFY(m_fw->activateArea("TestArea", m_error));

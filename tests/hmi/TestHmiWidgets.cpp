@@ -31,8 +31,7 @@ private slots:
     void readoutAndRefusals();
     void gridCellsAndSignals();
     void gridPalettes();
-    void lineEditNamesItsSource();
-    void formBars();
+    void lineEditAndFormBars();
     void pdfZoom();
     void imagesAreFoundOnTheCardFirst();
 
@@ -253,7 +252,7 @@ void TestHmiWidgets::gridPalettes()
     QCOMPARE(grid.QTableWidget::selectionMode(), QAbstractItemView::NoSelection);
 }
 
-void TestHmiWidgets::lineEditNamesItsSource()
+void TestHmiWidgets::lineEditAndFormBars()
 {
     SlGfwLineEdit edit;
     QSignalSpy spy(&edit, qOverload<const QString&, QWidget*>(&SlGfwLineEdit::textChanged));
@@ -263,10 +262,7 @@ void TestHmiWidgets::lineEditNamesItsSource()
     QCOMPARE(spy.count(), 2);
     QCOMPARE(spy.last().at(0).toString(), QStringLiteral("G54"));
     QCOMPARE(spy.last().at(1).value<QWidget*>(), &edit);
-}
 
-void TestHmiWidgets::formBars()
-{
     SlGfwDialogForm form(nullptr, QStringLiteral("formX"));
     QSignalSpy status(&form, &SlGfwDialogForm::statusBarChanged);
     form.setStatusBarElementCount(2);
