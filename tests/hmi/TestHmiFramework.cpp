@@ -9,24 +9,13 @@
 #include "HmiWindow.h"
 #include "SlGfwAreaConfig.h"
 #include "SlGfwDialogForm.h"
-#include "SlGfwHmiDialog.h"
 #include "SlGfwPluginByMakroBaseV2.h"
 #include "SlGfwPropertyString.h"
 #include "SlGfwScreen.h"
-#include "SlGfwSoftkey.h"
 #include "TestAreaDialog.h"
 #include "TestMainForm.h"
 #include "TestModalForm.h"
 
-#include <QDir>
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QRegularExpression>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTimer>
 #include <QtTest>
 
 namespace {
@@ -63,15 +52,14 @@ private slots:
     void init();
     void cleanup();
 
-    void pluginContract();
-    void formsAreMadeByClassNameAndCounted();
+    void pluginContractAndForms();
     void propertyStrings_data();
     void propertyStrings();
     void modalScreensNestTwoDeep();
     void softkeysEnableDisableAndRebuild();
     void areaSwitching();
     void configurations();
-    void startsWhatItCanAndReportsTheRest();
+    void hostStartsWhatItCanAndReportsTheRest();
 
 private:
     TestMainForm* mainForm() { return qobject_cast<TestMainForm*>(m_dialog->existingForm("formMain")); }
@@ -99,7 +87,7 @@ void TestHmiFramework::cleanup()
     QCOMPARE(TestMainForm::instances, 0);
 }
 
-void TestHmiFramework::pluginContract()
+void TestHmiFramework::pluginContractAndForms()
 {
     HmiPluginLibrary lib(HMI_TEST_PLUGIN);
     QVERIFY2(lib.load(m_error), qPrintable(m_error));
@@ -133,10 +121,8 @@ void TestHmiFramework::pluginContract()
     QCOMPARE(plugin->registeredObjects(), QList<QObject*>{form.data()});
     form.reset();
     QVERIFY(plugin->registeredObjects().isEmpty());
-}
 
-void TestHmiFramework::formsAreMadeByClassNameAndCounted()
-{
+    // In an area, by the configuration's class names, counted by reference.
     QVERIFY(!m_dialog->formRef("formUnknown"));
     QCOMPARE(m_dialog->formRefCount("formUnknown"), 0);
     QVERIFY(m_fw->activateArea("TestArea", m_error));
@@ -144,7 +130,7 @@ void TestHmiFramework::formsAreMadeByClassNameAndCounted()
     TestMainForm* main = mainForm();
     QVERIFY(main);
     QCOMPARE(main->dialog(), m_dialog);
-    QCOMPARE(main->hooks, QStringList{"attached screenMain"});
+    QCOMPARE(main->attaches, QStringList{"screenMain||-1|0|"});
     QVERIFY(!m_dialog->existingForm("formModal"));
 
     // formRef makes a form whose screen was never shown; it stays unattached.
@@ -208,14 +194,14 @@ void TestHmiFramework::propertyStrings()
     QVERIFY(m_fw->activateArea("TestArea", m_error));
     QVERIFY(m_dialog->switchToScreen("screenMain", "-slgfwprop1 formMain.propCaption=Query: a = b -slgfwprop2 formMain.propCount=42 "
                                                    "-slgfwprop3 formMain.propFlag=1 -slgfwprop4 formMain.propText=x -slgfwprop9 y"));
-    QCOMPARE(mainForm()->attaches.last(), QStringLiteral("Query: a = b|42|1|x -slgfwprop9 y"));
+    QCOMPARE(mainForm()->attaches.last(), QStringLiteral("screenMain|Query: a = b|42|1|x -slgfwprop9 y"));
     QCOMPARE(mainForm()->captionBarElementText(0), QStringLiteral("Query: a = b"));
     // A number too large for the declared int is written as what the
     // conversion leaves; an undeclared property is reported and skipped.
     warning("declares no property propNope");
     QVERIFY(m_dialog->switchToScreen("screenMain", "-slgfwprop1 formMain.propCount=3000000000 "
                                                    "-slgfwprop2 formMain.propFlag=0 -slgfwprop3 formMain.propNope=1"));
-    QCOMPARE(mainForm()->attaches.last(), QStringLiteral("Query: a = b|0|0|x -slgfwprop9 y"));
+    QCOMPARE(mainForm()->attaches.last(), QStringLiteral("screenMain|Query: a = b|0|0|x -slgfwprop9 y"));
 }
 
 void TestHmiFramework::modalScreensNestTwoDeep()
@@ -242,7 +228,7 @@ void TestHmiFramework::modalScreensNestTwoDeep()
     QCOMPARE(qobject_cast<TestModalForm*>(m_dialog->existingForm("formModal"))->nestedResult, QVariant("doOK@2"));
     QCOMPARE(mainForm()->statusBarElementText(0), QStringLiteral("modal: doCancel@1"));
     // The opener comes back through its attach, as forms rely on.
-    QCOMPARE(mainForm()->hooks.filter("attached").size(), 2);
+    QCOMPARE(mainForm()->attaches.size(), 2);
 
     // Returning to the first opener ends both modal screens.
     QTimer::singleShot(0, m_dialog, [&] {
@@ -324,9 +310,9 @@ void TestHmiFramework::configurations()
 {
     // A broken plug-in or configuration gets an area of its own that shows why.
     HmiSystemConfig::Area missing = testEntry("Missing");
-    missing.library = "/nonexistent/libnothing.so";
+    missing.cfg = "/nonexistent/gone.ini";
     QVERIFY(!m_fw->addPluginArea(missing, m_error));
-    QVERIFY2(m_error.contains("/nonexistent/libnothing.so"), qPrintable(m_error));
+    QVERIFY2(m_error.contains("/nonexistent/gone.ini"), qPrintable(m_error));
     QTemporaryDir dir;
     const QString cfg = dir.filePath("bad.ini");
     QVERIFY(writeFile(cfg, "[dialog]\nclass = TestAreaDialog\n[screen s]\nform = f\nclass = TestMainForm\nmyVr9 = text:=x, action:=y\n"));
@@ -348,32 +334,6 @@ void TestHmiFramework::configurations()
     }
     QVERIFY(m_fw->activateArea("TestArea", m_error));
     QCOMPARE(m_dialog->activeScreen(), QStringLiteral("screenMain"));
-
-    // The system configuration loads what it can. The library by its
-    // absolute path: a copy would be a second library with the same classes
-    // in this process. The user layer replaces an entry of the oem layer by its key.
-    QTemporaryDir machine;
-    const QString hmi = HmiSystemConfig::hmiFolder(machine.path());
-    const QByteArray library = HMI_TEST_PLUGIN;
-    QVERIFY(QDir().mkpath(hmi + "/Test/cfg") && QFile::copy(HMI_TEST_AREA_CFG, hmi + "/Test/cfg/testarea.ini"));
-    QVERIFY(writeFile(hmi + "/cfg/systemconfiguration.ini",
-                      "[areas]\nAREA1 = name:=Second, dialog:=TestAreaDialog, text:=Two, library:=" + library +
-                          ", cfg:=Test/cfg/testarea.ini\nAREA2 = garbage\n"
-                          "AREA3 = name:=Third, dialog:=TestAreaDialog, colour:=red, library:=x, cfg:=y\n"
-                          "AREA4 = name:=Fourth, dialog:=TestAreaDialog, library:=none.so, cfg:=Test/cfg/testarea.ini\n"));
-    QVERIFY(writeFile(HmiSystemConfig::hmiFolder(machine.path(), "user") + "/cfg/systemconfiguration.ini",
-                      "[areas]\nAREA1 = name:=Second, dialog:=TestAreaDialog, text:=Mine, library:=" + library +
-                          ", cfg:=Test/cfg/testarea.ini\n"));
-    HmiFramework fw;
-    const QStringList errors = fw.loadConfiguredAreas(machine.path());
-    QCOMPARE(errors.size(), 3);
-    QVERIFY(errors.at(0).contains("systemconfiguration.ini:3"));
-    QVERIFY(errors.at(1).contains("colour"));
-    QVERIFY(errors.at(2).contains("none.so"));
-    QCOMPARE(fw.areaCount(), 2);
-    QCOMPARE(fw.area(0).text, QStringLiteral("Mine"));
-    QVERIFY(fw.area(0).error.isEmpty() && !fw.area(1).error.isEmpty());
-    QVERIFY(qobject_cast<TestAreaDialog*>(fw.area(0).dialog.data()));
 
     // What an area configuration gets wrong, each named.
     const QList<QPair<QString, QString>> bad{
@@ -411,25 +371,36 @@ void TestHmiFramework::configurations()
     }
 }
 
-void TestHmiFramework::startsWhatItCanAndReportsTheRest()
+void TestHmiFramework::hostStartsWhatItCanAndReportsTheRest()
 {
+    // The system configuration loads what it can. The library by its
+    // absolute path: a copy would be a second library with the same classes
+    // in this process. The user layer replaces an entry of the oem layer by its key.
     QTemporaryDir machine;
-    const QString cfgDir = HmiSystemConfig::hmiFolder(machine.path()) + "/cfg";
-    QVERIFY(QDir().mkpath(cfgDir));
-    QFile sys(cfgDir + "/systemconfiguration.ini");
-    QVERIFY(sys.open(QIODevice::WriteOnly));
-    sys.write("[areas]\n"
-              "AREA1 = name:=TestArea, dialog:=TestAreaDialog, library:=" HMI_TEST_PLUGIN ", cfg:=" HMI_TEST_AREA_CFG "\n"
-              "AREA2 = name:=Gone, dialog:=GoneDialog, library:=Gone/libgone.so, cfg:=Gone/gone.ini\n");
-    sys.close();
-
+    const QString hmi = HmiSystemConfig::hmiFolder(machine.path());
+    const QByteArray library = HMI_TEST_PLUGIN;
+    QVERIFY(QDir().mkpath(hmi + "/Test/cfg") && QFile::copy(HMI_TEST_AREA_CFG, hmi + "/Test/cfg/testarea.ini"));
+    QVERIFY(writeFile(hmi + "/cfg/systemconfiguration.ini",
+                      "[areas]\nAREA1 = name:=TestArea, dialog:=TestAreaDialog, text:=Two, library:=" + library +
+                          ", cfg:=Test/cfg/testarea.ini\nAREA2 = garbage\n"
+                          "AREA3 = name:=Third, dialog:=TestAreaDialog, colour:=red, library:=x, cfg:=y\n"
+                          "AREA4 = name:=Fourth, dialog:=TestAreaDialog, library:=none.so, cfg:=Test/cfg/testarea.ini\n"));
+    QVERIFY(writeFile(HmiSystemConfig::hmiFolder(machine.path(), "user") + "/cfg/systemconfiguration.ini",
+                      "[areas]\nAREA1 = name:=TestArea, dialog:=TestAreaDialog, text:=Mine, library:=" + library +
+                          ", cfg:=Test/cfg/testarea.ini\n"));
     HmiHost host;
-    const QStringList problems = host.start(machine.path());
-    QCOMPARE(problems.size(), 1);
-    QVERIFY2(problems.first().contains("gone.ini"), qPrintable(problems.first()));
+    const QStringList errors = host.start(machine.path());
+    QCOMPARE(errors.size(), 3);
+    QVERIFY(errors.at(0).contains("systemconfiguration.ini:3"));
+    QVERIFY(errors.at(1).contains("colour"));
+    QVERIFY(errors.at(2).contains("none.so"));
+    HmiFramework* fw = host.framework();
+    QCOMPARE(fw->areaCount(), 3);
+    QCOMPARE(fw->area(1).text, QStringLiteral("Mine"));
+    QVERIFY(fw->area(1).error.isEmpty() && !fw->area(2).error.isEmpty());
+    QVERIFY(qobject_cast<TestAreaDialog*>(fw->area(1).dialog.data()));
     QVERIFY(host.nc());
-    QCOMPARE(host.framework()->areaCount(), 3);
-    QCOMPARE(host.framework()->currentAreaName(), QStringLiteral("AreaMachine"));
+    QCOMPARE(fw->currentAreaName(), QStringLiteral("AreaMachine"));
     QVERIFY(QFile::exists(CtlServer::socketPath(machine.path())));
     QVERIFY(QTest::qWaitForWindowActive(host.window()));
 
@@ -445,7 +416,7 @@ void TestHmiFramework::startsWhatItCanAndReportsTheRest()
     };
     // F10 brings the next area, Shift+F3 presses myVr 3 ("Disable 4").
     QTest::keyClick(host.window(), Qt::Key_F10);
-    QCOMPARE(host.framework()->currentAreaName(), QStringLiteral("TestArea"));
+    QCOMPARE(fw->currentAreaName(), QStringLiteral("TestArea"));
     QCOMPARE(state().value("screen").toString(), QStringLiteral("screenMain"));
     QVERIFY(enabled("myVr", 4));
     QTest::keyClick(host.window(), Qt::Key_F3, Qt::ShiftModifier);

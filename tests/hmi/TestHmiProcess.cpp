@@ -1,96 +1,57 @@
 // harvel-hmi as scripts meet it: a process over a machine folder with the
-// test plug-in installed, operated through the control socket exactly as
-// harvel-ctl does it; and once under Xvfb with a real window.
+// test plug-in installed as an integrator installs it, operated through the
+// control socket exactly as harvel-ctl does it; with a real window under
+// Xvfb where that is installed.
 #include "CtlClient.h"
 #include "HmiSystemConfig.h"
 #include "VirtualNc.h"
 
-#include <QDir>
-#include <QFile>
 #include <QImage>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
-// The plug-in goes into the card as an integrator installs it: a copy of
-// the library, its area configuration, and an entry in the system
-// configuration, into a machine folder made first. A second entry names a
-// library that is not there.
-bool installTestPlugin(const QString& machine)
-{
-    QString error;
-    if (!VirtualNc::createMachine(machine, VirtualNc::Variant::Commissioned, error))
-        return false;
-    const QString hmi = HmiSystemConfig::hmiFolder(machine);
-    const QByteArray sys = "[areas]\nAREA500 = name:=TestArea, dialog:=TestAreaDialog, text:=Test, "
-                           "library:=TestVendor/appl/libhmitestplugin.so, cfg:=TestVendor/cfg/testarea.ini\n"
-                           "AREA501 = name:=Broken, dialog:=TestAreaDialog, library:=Gone/appl/libgone.so, "
-                           "cfg:=TestVendor/cfg/testarea.ini\n";
-    QFile f(hmi + "/cfg/systemconfiguration.ini");
-    return QDir().mkpath(hmi + "/TestVendor/appl") && QDir().mkpath(hmi + "/TestVendor/cfg") && QDir().mkpath(hmi + "/cfg") &&
-           QFile::copy(HMI_TEST_PLUGIN, hmi + "/TestVendor/appl/libhmitestplugin.so") &&
-           QFile::copy(HMI_TEST_AREA_CFG, hmi + "/TestVendor/cfg/testarea.ini") && f.open(QIODevice::WriteOnly) &&
-           f.write(sys) == sys.size();
-}
-
-// Starting up fills the machine folder; waits until the socket answers.
-bool start(QProcess& process, const QString& machine, const QStringList& args, const QString& program)
-{
-    process.start(program, args);
-    for (int i = 0; process.waitForStarted(20000) && i < 600; ++i) {
-        if (process.state() != QProcess::Running)
-            return false;
-        if (CtlClient::call(machine, {"hmi", "areas"}, 2000).code == 0)
-            return true;
-        QTest::qWait(100);
-    }
-    return false;
-}
-} // namespace
+#include <csignal>
 
 class TestHmiProcess : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void cleanupTestCase();
     void operatedThroughTheSocket();
-    void screenshotOfARealWindowUnderXvfb();
 
 private:
     CtlResult hmi(const QStringList& args) { return CtlClient::call(m_machine.path(), QStringList{"hmi"} + args, 20000); }
     QJsonObject state() { return QJsonDocument::fromJson(hmi({"state", "--json"}).out.toUtf8()).object(); }
 
     QTemporaryDir m_machine;
-    QProcess m_hmi;
 };
-
-void TestHmiProcess::initTestCase()
-{
-    QVERIFY(installTestPlugin(m_machine.path()));
-    QVERIFY2(start(m_hmi, m_machine.path(), {"--machine", m_machine.path(), "--headless"}, HARVEL_HMI_BIN),
-             m_hmi.readAllStandardError().constData());
-}
-
-// SIGTERM ends it in order, as quit does (the other processes here quit).
-void TestHmiProcess::cleanupTestCase()
-{
-    QVERIFY(QFile::exists(CtlServer::socketPath(m_machine.path())));
-    m_hmi.terminate();
-    QVERIFY(m_hmi.waitForFinished(60000));
-    QCOMPARE(m_hmi.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(m_hmi.exitCode(), 0);
-    QVERIFY(!QFile::exists(CtlServer::socketPath(m_machine.path())));
-}
 
 void TestHmiProcess::operatedThroughTheSocket()
 {
+    // The library, its area configuration and an entry in the system
+    // configuration, into a machine folder made first; a second entry names
+    // a library that is not there.
+    QString error;
+    QVERIFY2(VirtualNc::createMachine(m_machine.path(), VirtualNc::Variant::Commissioned, error), qPrintable(error));
+    const QString card = HmiSystemConfig::hmiFolder(m_machine.path());
+    QFile sys(card + "/cfg/systemconfiguration.ini");
+    QVERIFY(QDir().mkpath(card + "/TestVendor/appl") && QDir().mkpath(card + "/TestVendor/cfg") && QDir().mkpath(card + "/cfg"));
+    QVERIFY(QFile::copy(HMI_TEST_PLUGIN, card + "/TestVendor/appl/libhmitestplugin.so") &&
+            QFile::copy(HMI_TEST_AREA_CFG, card + "/TestVendor/cfg/testarea.ini") && sys.open(QIODevice::WriteOnly));
+    sys.write("[areas]\nAREA500 = name:=TestArea, dialog:=TestAreaDialog, text:=Test, "
+              "library:=TestVendor/appl/libhmitestplugin.so, cfg:=TestVendor/cfg/testarea.ini\n"
+              "AREA501 = name:=Broken, dialog:=TestAreaDialog, library:=Gone/appl/libgone.so, cfg:=TestVendor/cfg/testarea.ini\n");
+    sys.close();
+    // A shell leaves harvel-hmi's pid behind for the SIGTERM at the end, also under xvfb-run.
+    const QString xvfb = QStandardPaths::findExecutable("xvfb-run"), pidFile = m_machine.filePath("hmi.pid");
+    const QStringList shell{"sh", "-c", QStringLiteral("echo $$ > '%1'; exec '%2' --machine '%3' %4")
+                                            .arg(pidFile, QStringLiteral(HARVEL_HMI_BIN), m_machine.path(), xvfb.isEmpty() ? "--headless" : QString())};
+    QProcess process;
+    process.start(xvfb.isEmpty() ? "/bin/sh" : xvfb, xvfb.isEmpty() ? shell.mid(1) : QStringList{"-a", "-s", "-screen 0 1280x1024x24"} + shell);
+    QVERIFY(process.waitForStarted(20000));
+    QVERIFY2(QTest::qWaitFor([&] { return process.state() != QProcess::Running || hmi({"areas"}).code == 0; }, 60000) &&
+                 process.state() == QProcess::Running,
+             process.readAllStandardError().constData());
+
     const QStringList areas = hmi({"areas"}).out.split('\n', Qt::SkipEmptyParts);
     QCOMPARE(areas.mid(0, 2), (QStringList{"AreaMachine SlMachine ok", "TestArea TestAreaDialog ok"}));
     QVERIFY2(areas.size() == 3 && areas[2].startsWith("Broken TestAreaDialog failed: ") && areas[2].contains("libgone.so"),
@@ -107,7 +68,14 @@ void TestHmiProcess::operatedThroughTheSocket()
     QVERIFY(hmi({"read", "nothing"}).code != 0);
     const QString file = m_machine.filePath("shot.png");
     QCOMPARE(hmi({"screenshot", file}).code, 0);
-    QCOMPARE(QImage(file).size(), QSize(1024, 768));
+    const QImage image(file);
+    QCOMPARE(image.size(), QSize(1024, 768));
+    // Something is drawn: the header and the panel differ in colour.
+    QVERIFY(image.pixelColor(10, 50) != image.pixelColor(512, 5));
+    // Left for a person to look at.
+    const QString kept = QDir(qEnvironmentVariable("HARVEL_BINARY_DIR", QDir::tempPath())).filePath("hmi-machine-area.png");
+    QFile::remove(kept);
+    QFile::copy(file, kept);
 
     QCOMPARE(hmi({"area", "TestArea"}).code, 0);
     QJsonObject s = state();
@@ -137,14 +105,9 @@ void TestHmiProcess::operatedThroughTheSocket()
 
     // The key answers before its modal screen ends; that screen's event loop serves the next commands.
     QCOMPARE(hmi({"key", "openModal"}).code, 0);
-    s = state();
-    QCOMPARE(s.value("screen").toString(), QStringLiteral("screenModal"));
-    QCOMPARE(s.value("modal").toInt(), 1);
+    QCOMPARE(state().value("modal").toInt(), 1);
     QCOMPARE(hmi({"key", "doCancel"}).code, 0);
-    s = state();
-    QCOMPARE(s.value("screen").toString(), QStringLiteral("screenMain"));
-    QCOMPARE(s.value("modal").toInt(), 0);
-    QCOMPARE(s.value("status").toArray().at(0).toString(), QStringLiteral("modal: doCancel@1"));
+    QCOMPARE(state().value("status").toArray().at(0).toString(), QStringLiteral("modal: doCancel@1"));
 
     // Disabled and unknown keys are refused; a key disabled by the form until the menu is rebuilt.
     CtlResult r = hmi({"key", "off"});
@@ -155,32 +118,14 @@ void TestHmiProcess::operatedThroughTheSocket()
     QVERIFY(hmi({"key", "four"}).code != 0);
     QCOMPARE(hmi({"key", "screenMain"}).code, 0);
     QCOMPARE(hmi({"key", "--menu", "myVr", "--position", "4"}).code, 0);
-}
 
-void TestHmiProcess::screenshotOfARealWindowUnderXvfb()
-{
-    const QString xvfbRun = QStandardPaths::findExecutable("xvfb-run");
-    if (xvfbRun.isEmpty())
-        QSKIP("xvfb-run is not installed");
-    QTemporaryDir machine;
-    QVERIFY(installTestPlugin(machine.path()));
-    QProcess hmi;
-    QVERIFY2(start(hmi, machine.path(), {"-a", "-s", "-screen 0 1280x1024x24", HARVEL_HMI_BIN, "--machine", machine.path()},
-                   xvfbRun),
-             hmi.readAllStandardError().constData());
-    const QString file = machine.filePath("machine-area.png");
-    QCOMPARE(CtlClient::call(machine.path(), {"hmi", "screenshot", file}).code, 0);
-    const QImage image(file);
-    QCOMPARE(image.size(), QSize(1024, 768));
-    // Something is drawn: the header and the panel differ in colour.
-    QVERIFY(image.pixelColor(10, 50) != image.pixelColor(512, 5));
-    // Left for a person to look at.
-    const QString kept = QDir(qEnvironmentVariable("HARVEL_BINARY_DIR", QDir::tempPath())).filePath("hmi-machine-area.png");
-    QFile::remove(kept);
-    QFile::copy(file, kept);
-    QCOMPARE(CtlClient::call(machine.path(), {"quit"}).code, 0);
-    QVERIFY(hmi.waitForFinished(60000));
-    QCOMPARE(hmi.exitCode(), 0);
+    // SIGTERM ends it in order, as quit does.
+    QFile pid(pidFile);
+    QVERIFY(pid.open(QIODevice::ReadOnly) && ::kill(pid_t(pid.readAll().trimmed().toInt()), SIGTERM) == 0);
+    QVERIFY(process.waitForFinished(60000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+    QVERIFY(!QFile::exists(CtlServer::socketPath(m_machine.path())));
 }
 
 QTEST_MAIN(TestHmiProcess)

@@ -16,14 +16,11 @@ class TestFileService : public QObject
 {
     Q_OBJECT
 private slots:
-    void pathsAndRefusedOperations();
-    void contentsKeptByCopyMoveAndRemove();
-    void listing();
-    void usbSticksMountAndNotify();
-    void injectedFaults();
+    void operations();
+    void listingAndDrives();
 };
 
-void TestFileService::pathsAndRefusedOperations()
+void TestFileService::operations()
 {
     MachineFixture m;
     SlQFileSvc svc;
@@ -44,7 +41,7 @@ void TestFileService::pathsAndRefusedOperations()
         QCOMPARE(svc.getLogicalPath(p.first, out), 0L);
         QCOMPARE(out, p.second);
     }
-    bool isNc = false;
+    bool isNc = false, exists = true;
     for (const QString p : {"//NC/SPF.DIR", "//127.0.0.1/telmor", "/tmp"}) {
         QCOMPARE(svc.isPathNC(p, isNc), 0L);
         QCOMPARE(isNc, p.startsWith("//NC"));
@@ -78,14 +75,7 @@ void TestFileService::pathsAndRefusedOperations()
     QVERIFY(QFile::exists(m.path("nc/MPF.DIR/MAIN.MPF")));
     QCOMPARE(svc.createFile("//127.0.0.1/telmor/" + name25 + ".txt", true), 0L);
     QCOMPARE(svc.createFile("//127.0.0.1/telmor/" + QString(256, 'x'), true), SlQFileSvc::E_NAME_TOO_LONG);
-    QCOMPARE(svc.fini(), 0L);
-}
 
-void TestFileService::contentsKeptByCopyMoveAndRemove()
-{
-    MachineFixture m;
-    SlQFileSvc svc;
-    QCOMPARE(svc.init(), 0L);
     QVERIFY(MachineFixture::writeFile(m.path("net/127.0.0.1/telmor/A.TXT"), "payload"));
     QCOMPARE(svc.moveFile("//127.0.0.1/telmor/A.TXT", "//NC/WKS.DIR/TELMOR.WPD/A.TXT", true), 0L);
     QVERIFY(!QFile::exists(m.path("net/127.0.0.1/telmor/A.TXT")));
@@ -96,7 +86,6 @@ void TestFileService::contentsKeptByCopyMoveAndRemove()
     QCOMPARE(svc.moveFile("//127.0.0.1/telmor/B.TXT", "//NC/WKS.DIR/TELMOR.WPD/A.TXT", true), 0L);
     QCOMPARE(MachineFixture::readFile(m.path("nc/WKS.DIR/TELMOR.WPD/A.TXT")), QByteArray("second"));
     QCOMPARE(svc.remove("//NC/WKS.DIR/TELMOR.WPD/A.TXT"), 0L);
-    bool exists = true;
     QCOMPARE(svc.exist("//NC/WKS.DIR/TELMOR.WPD/A.TXT", exists), 0L);
     QVERIFY(!exists);
 
@@ -120,9 +109,36 @@ void TestFileService::contentsKeptByCopyMoveAndRemove()
     QVERIFY(m.nc->resetProgram());
     QCOMPARE(svc.copyFile("//NC/MPF.DIR/NEW.MPF", probe, true), 0L);
     QCOMPARE(MachineFixture::readFile(m.path("nc/WKS.DIR/TELMOR.WPD/PROBE.MPF")), QByteArray("new\n"));
+
+    // Injected faults: on init once.
+    m.nc->faults().add({"init", "*", long(int(0x81509999u)), 0, 1});
+    SlQFileSvc other;
+    QCOMPARE(other.init(), long(int(0x81509999u)));
+    QCOMPARE(other.init(), 0L);
+    // A code on the target path of a copy only.
+    m.nc->faults().add({"copy", "//NC/SPF.DIR/*", kTooLong, 0, -1});
+    QCOMPARE(svc.copyFile("//NC/MPF.DIR/MAIN.MPF", "//NC/WKS.DIR/TELMOR.WPD/X.MPF", true), 0L);
+    QCOMPARE(svc.copyFile("//NC/MPF.DIR/MAIN.MPF", "//NC/SPF.DIR/X.SPF", true), kTooLong);
+    QVERIFY(!QFile::exists(m.path("nc/SPF.DIR/X.SPF")));
+    // The group "file" covers every file operation.
+    m.nc->faults().add({"file", "//127.0.0.1/*", long(int(0x81500001u)), 0, 2});
+    QCOMPARE(svc.exist("//127.0.0.1/telmor", exists), long(int(0x81500001u)));
+    QCOMPARE(svc.createFolder("//127.0.0.1/telmor/out", true), long(int(0x81500001u)));
+    QCOMPARE(svc.createFolder("//127.0.0.1/telmor/out", true), 0L);
+    // A delay alone lets the operation succeed, later.
+    m.nc->faults().add({"exist", "//NC/MPF.DIR/MAIN.MPF", 0, 150, 1});
+    QElapsedTimer t;
+    t.start();
+    QCOMPARE(svc.exist("//NC/MPF.DIR/MAIN.MPF", exists), 0L);
+    QVERIFY(t.elapsed() >= 150 && exists);
+    m.nc->faults().add({"select", "*", kInUse, 0, -1});
+    QCOMPARE(svc.select("//NC/MPF.DIR/MAIN.MPF", 1), kInUse);
+    m.nc->faults().clear();
+    QCOMPARE(svc.select("//NC/MPF.DIR/MAIN.MPF", 1), 0L);
+    QCOMPARE(m.nc->selectedProgram(), QStringLiteral("//NC/MPF.DIR/MAIN.MPF"));
 }
 
-void TestFileService::listing()
+void TestFileService::listingAndDrives()
 {
     MachineFixture m;
     SlQFileSvc svc;
@@ -161,28 +177,12 @@ void TestFileService::listing()
     QCOMPARE(errors.value(id2), SlQFileSvc::E_NOT_FOUND);
     QVERIFY(names.contains("WKS.DIR") && names.contains("DEF.DIR"));
 
-    // fini cancels what is under way.
-    m.nc->faults().add({"list-async", "//NC*", 0, 300, 1});
-    QSignalSpy canceled(&svc, &SlQFileSvc::canceled);
-    QCOMPARE(svc.listFolderEx("//NC", id1), 0L);
-    QCOMPARE(svc.fini(), 0L);
-    QCOMPARE(canceled.count(), 1);
-    QCOMPARE(canceled.first().at(0).toLongLong(), qlonglong(id1));
-    QTest::qWait(500);
-    QCOMPARE(errors.size(), 2);
-    QCOMPARE(svc.listFolderEx("//NC", id1), SlQFileSvc::E_NOT_INITIALIZED);
-}
-
-void TestFileService::usbSticksMountAndNotify()
-{
-    MachineFixture m;
-    SlQFileSvc svc;
-    QCOMPARE(svc.init(), 0L);
+    // A USB stick is there once mounted, and told to those registered for its drive.
     bool exists = true;
     QCOMPARE(svc.exist("//ACTTCU/FRONT/log", exists), SlQFileSvc::E_NOT_MOUNTED);
     QList<SlPmLogicalDrive*> drives;
-    QStringList names;
-    QCOMPARE(SlPmHelper::createLogicalDriveData(drives, names), 0L);
+    QStringList driveNames;
+    QCOMPARE(SlPmHelper::createLogicalDriveData(drives, driveNames), 0L);
     QStringList seen;
     for (SlPmLogicalDrive* d : drives) {
         if (d->isEESTcu())
@@ -206,43 +206,22 @@ void TestFileService::usbSticksMountAndNotify()
     QVERIFY(!m.nc->mountUsb("FRONT"));
     QVERIFY(m.nc->unmountUsb("FRONT"));
     QTRY_COMPARE_WITH_TIMEOUT(unmounted.count(), 1, 5000);
-    QVector<NodeInfo> nodes;
     QCOMPARE(svc.listFolder("//ACTTCU/FRONT", nodes), SlQFileSvc::E_NOT_MOUNTED);
     QCOMPARE(svc.unregisterFromDriveNotifications(), 0L);
     QVERIFY(m.nc->mountUsb("FRONT"));
     QTest::qWait(50);
     QCOMPARE(mounted.count() + unmounted.count(), 2);
-}
 
-void TestFileService::injectedFaults()
-{
-    MachineFixture m;
-    SlQFileSvc svc;
-    m.nc->faults().add({"init", "*", long(int(0x81509999u)), 0, 1});
-    QCOMPARE(svc.init(), long(int(0x81509999u)));
-    QCOMPARE(svc.init(), 0L);
-    // A code on the target path of a copy only.
-    m.nc->faults().add({"copy", "//NC/SPF.DIR/*", kTooLong, 0, -1});
-    QCOMPARE(svc.copyFile("//NC/MPF.DIR/MAIN.MPF", "//NC/WKS.DIR/TELMOR.WPD/X.MPF", true), 0L);
-    QCOMPARE(svc.copyFile("//NC/MPF.DIR/MAIN.MPF", "//NC/SPF.DIR/X.SPF", true), kTooLong);
-    QVERIFY(!QFile::exists(m.path("nc/SPF.DIR/X.SPF")));
-    // The group "file" covers every file operation.
-    m.nc->faults().add({"file", "//127.0.0.1/*", long(int(0x81500001u)), 0, 2});
-    bool exists = false;
-    QCOMPARE(svc.exist("//127.0.0.1/telmor", exists), long(int(0x81500001u)));
-    QCOMPARE(svc.createFolder("//127.0.0.1/telmor/out", true), long(int(0x81500001u)));
-    QCOMPARE(svc.createFolder("//127.0.0.1/telmor/out", true), 0L);
-    // A delay alone lets the operation succeed, later.
-    m.nc->faults().add({"exist", "//NC/MPF.DIR/MAIN.MPF", 0, 150, 1});
-    QElapsedTimer t;
-    t.start();
-    QCOMPARE(svc.exist("//NC/MPF.DIR/MAIN.MPF", exists), 0L);
-    QVERIFY(t.elapsed() >= 150 && exists);
-    m.nc->faults().add({"select", "*", kInUse, 0, -1});
-    QCOMPARE(svc.select("//NC/MPF.DIR/MAIN.MPF", 1), kInUse);
-    m.nc->faults().clear();
-    QCOMPARE(svc.select("//NC/MPF.DIR/MAIN.MPF", 1), 0L);
-    QCOMPARE(m.nc->selectedProgram(), QStringLiteral("//NC/MPF.DIR/MAIN.MPF"));
+    // fini cancels what is under way.
+    m.nc->faults().add({"list-async", "//NC*", 0, 300, 1});
+    QSignalSpy canceled(&svc, &SlQFileSvc::canceled);
+    QCOMPARE(svc.listFolderEx("//NC", id1), 0L);
+    QCOMPARE(svc.fini(), 0L);
+    QCOMPARE(canceled.count(), 1);
+    QCOMPARE(canceled.first().at(0).toLongLong(), qlonglong(id1));
+    QTest::qWait(500);
+    QCOMPARE(errors.size(), 2);
+    QCOMPARE(svc.listFolderEx("//NC", id1), SlQFileSvc::E_NOT_INITIALIZED);
 }
 
 QTEST_GUILESS_MAIN(TestFileService)

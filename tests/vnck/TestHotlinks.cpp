@@ -24,22 +24,6 @@ bool openSink(SlAeQEventSink& sink)
             return false;
     return sink.activate() >= 0;
 }
-
-// One line per list of events, copied while they are valid, in the slot:
-// "state id text kind source" per event, ',' between events.
-QStringList* collect(SlAeQEventSink& sink, QObject* context)
-{
-    auto* lists = new QStringList;
-    QObject::connect(&sink, &SlAeQEventSink::newEvent, context, [lists](const QList<SlAeEvent*>& events) {
-        QStringList list;
-        for (const SlAeEvent* e : events)
-            list << QStringLiteral("%1 %2 %3 %4 %5").arg(e->getAlarmState()).arg(e->getAlarmId())
-                        .arg(e->getAttribute(-1).toString(), e->getAttribute(-9).toString())
-                        .arg(e->getAttribute(-2).isValid() ? "source" : "-");
-        *lists << list.join(',');
-    });
-    return lists;
-}
 } // namespace
 
 // What the NC tells by itself: hotlinks, the channel's program and alarms.
@@ -53,7 +37,6 @@ private slots:
     void deliveredOnTheOwnersThread();
     void programRunsToItsEndOrIsStoppedByAnAlarm();
     void alarmsReachTheSinkInTheNcOrder();
-    void sinkRefusesWhatIsNotSetUp();
 };
 
 void TestHotlinks::adviseAndUnadvise()
@@ -72,7 +55,6 @@ void TestHotlinks::adviseAndUnadvise()
     QSignalSpy spy(&cap, &SlQCap::adviseData);
     SlQCapHandle h;
     QCOMPARE(cap.advise(tmrFile, h, SlCapData::standardUpdateRate(), 0.0, SlCapData::standardTimeout(), 0), SL_CAP_OK);
-    QVERIFY(h.isValid());
     // The current value, but not inside advise: the caller connects and stores the handle first.
     QCOMPARE(spy.count(), 0);
     QVERIFY(spy.wait(5000));
@@ -217,9 +199,6 @@ void TestHotlinks::programRunsToItsEndOrIsStoppedByAnAlarm()
     QVERIFY(m.nc->startProgram());
     QVERIFY(m.nc->endProgram());
     QCOMPARE(status(), qMakePair(int(VirtualNc::ChannelReset), int(VirtualNc::ProgramAborted)));
-    QVariant v;
-    QCOMPARE(m.nc->read("/Channel/State/ncProgEndCounter[u1,1]", v), SL_CAP_OK);
-    QCOMPARE(v, QVariant(1));
     QVERIFY(!m.nc->endProgram());
     QCOMPARE(m.nc->programEndCount(), 1);
     QVERIFY(changed.count() >= 6);
@@ -257,53 +236,59 @@ void TestHotlinks::programRunsToItsEndOrIsStoppedByAnAlarm()
 
 void TestHotlinks::alarmsReachTheSinkInTheNcOrder()
 {
+    {
+        SlAeQEventSink sink(nullptr, nullptr);
+        QVERIFY(sink.init("eng") < 0); // no NC in the process
+    }
     MachineFixture m;
+    {
+        // Each step in its turn.
+        SlAeQEventSink sink(nullptr, "named");
+        QVector<SlAeCategoryInfo> categories;
+        QList<long> attrs{-1};
+        QVERIFY(sink.activate() < 0 && sink.queryCategories(categories) < 0 && sink.init("klingon") < 0);
+        QCOMPARE(sink.init("eng"), 0L);
+        QVERIFY(sink.setReturnAttributes(99, attrs) < 0);
+        QCOMPARE(sink.fini(), 0L);
+        QVERIFY(sink.activate() < 0);
+    }
     m.nc->raiseAlarm(1, "first", 1, false);
     SlAeQEventSink sink(this, nullptr);
-    QScopedPointer<QStringList> lists(collect(sink, this));
+    // One line per list of events, copied while they are valid, in the slot:
+    // "state id text kind source" per event, ',' between events.
+    QStringList lists;
+    connect(&sink, &SlAeQEventSink::newEvent, this, [&lists](const QList<SlAeEvent*>& events) {
+        QStringList list;
+        for (const SlAeEvent* e : events)
+            list << QStringLiteral("%1 %2 %3 %4 %5").arg(e->getAlarmState()).arg(e->getAlarmId())
+                        .arg(e->getAttribute(-1).toString(), e->getAttribute(-9).toString())
+                        .arg(e->getAttribute(-2).isValid() ? "source" : "-");
+        lists << list.join(',');
+    });
     QVERIFY(openSink(sink));
     // Active alarms come on activation; attributes only as asked for.
-    QTRY_COMPARE_WITH_TIMEOUT(lists->size(), 1, 5000);
-    QCOMPARE(lists->last(), QStringLiteral("21 1 first 1 -"));
+    QTRY_COMPARE_WITH_TIMEOUT(lists.size(), 1, 5000);
+    QCOMPARE(lists.last(), QStringLiteral("21 1 first 1 -"));
     m.nc->raiseAlarm(700010, "Probe not deflected", 2, false);
-    QTRY_COMPARE_WITH_TIMEOUT(lists->size(), 2, 5000);
-    QCOMPARE(lists->last(), QStringLiteral("21 700010 Probe not deflected 2 -"));
+    QTRY_COMPARE_WITH_TIMEOUT(lists.size(), 2, 5000);
+    QCOMPARE(lists.last(), QStringLiteral("21 700010 Probe not deflected 2 -"));
     QVERIFY(m.nc->clearAlarm(700010));
     QVERIFY(!m.nc->clearAlarm(700010));
-    QTRY_COMPARE_WITH_TIMEOUT(lists->size(), 3, 5000);
-    QVERIFY(lists->last().startsWith("20 700010 "));
+    QTRY_COMPARE_WITH_TIMEOUT(lists.size(), 3, 5000);
+    QVERIFY(lists.last().startsWith("20 700010 "));
 
     // A channel alarm comes late; what happens after it must not overtake it.
     m.nc->raiseAlarm(14000, "Channel stops", 1, true);
     QVERIFY(m.nc->clearAlarm(14000));
     m.nc->raiseAlarm(2, "next", 1, false);
     QVERIFY(m.nc->clearAlarm(1));
-    QTRY_COMPARE_WITH_TIMEOUT(lists->size(), 4, 5000);
-    QCOMPARE(lists->last(), QStringLiteral("21 14000 Channel stops 1 -,20 14000 Channel stops 1 -,21 2 next 1 -,20 1 first 1 -"));
+    QTRY_COMPARE_WITH_TIMEOUT(lists.size(), 4, 5000);
+    QCOMPARE(lists.last(), QStringLiteral("21 14000 Channel stops 1 -,20 14000 Channel stops 1 -,21 2 next 1 -,20 1 first 1 -"));
     QCOMPARE(m.nc->alarms().size(), 1);
     sink.deactivate();
     m.nc->raiseAlarm(700012, "unseen", 1, false);
     QTest::qWait(50);
-    QCOMPARE(lists->size(), 4);
-}
-
-void TestHotlinks::sinkRefusesWhatIsNotSetUp()
-{
-    {
-        SlAeQEventSink sink(nullptr, nullptr);
-        QVERIFY(sink.init("eng") < 0); // no NC in the process
-    }
-    MachineFixture m;
-    SlAeQEventSink sink(nullptr, "named");
-    QVector<SlAeCategoryInfo> categories;
-    QList<long> attrs{-1};
-    QVERIFY(sink.activate() < 0);
-    QVERIFY(sink.queryCategories(categories) < 0);
-    QVERIFY(sink.init("klingon") < 0);
-    QCOMPARE(sink.init("eng"), 0L);
-    QVERIFY(sink.setReturnAttributes(99, attrs) < 0);
-    QCOMPARE(sink.fini(), 0L);
-    QVERIFY(sink.activate() < 0);
+    QCOMPARE(lists.size(), 4);
 }
 
 QTEST_GUILESS_MAIN(TestHotlinks)

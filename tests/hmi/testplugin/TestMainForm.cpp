@@ -33,34 +33,20 @@ TestMainForm::TestMainForm(QWidget* parent, const QString& name, Qt::WindowFlags
             [this](const QString& text, QWidget*) { setStatusBarElementText(text, 1); });
 }
 
-TestMainForm::~TestMainForm()
-{
-    --instances;
-}
+TestMainForm::~TestMainForm() { --instances; }
 
 void TestMainForm::attachedToScreen(const QString& screen)
 {
-    hooks << QStringLiteral("attached %1").arg(screen);
-    attaches << QStringLiteral("%1|%2|%3|%4").arg(m_caption).arg(m_count).arg(m_flag ? 1 : 0).arg(m_text);
+    attaches << QStringLiteral("%1|%2|%3|%4|%5").arg(screen, m_caption).arg(m_count).arg(m_flag ? 1 : 0).arg(m_text);
     setCaptionBarElementText(m_caption.isEmpty() ? QStringLiteral("Test main") : m_caption, 0);
     SlGfwDialogForm::attachedToScreen(screen);
 }
 
-void TestMainForm::detachedFromScreen(const QString& screen)
-{
-    hooks << QStringLiteral("detached %1").arg(screen);
-    SlGfwDialogForm::detachedFromScreen(screen);
-}
-
 void TestMainForm::onFunction(const QString& name, const QString& args, bool& handled)
 {
-    hooks << QStringLiteral("onFunction %1").arg(name);
     if (name == QLatin1String("openModal")) {
         lastModalResult = dialog()->execModalScreen(
-            QStringLiteral("screenModal"),
-            QStringLiteral("-slgfwprop1 formModal.propBackScreen=%1 -slgfwprop2 formModal.propDepth=%2")
-                .arg(QStringLiteral("screenMain"))
-                .arg(1));
+            QStringLiteral("screenModal"), QStringLiteral("-slgfwprop1 formModal.propBackScreen=screenMain -slgfwprop2 formModal.propDepth=1"));
         setStatusBarElementText(QStringLiteral("modal: %1").arg(lastModalResult.toString()), 0);
         handled = true;
     } else if (name == QLatin1String("disableFour")) {

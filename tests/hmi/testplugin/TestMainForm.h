@@ -13,7 +13,6 @@ class TestMainForm : public SlGfwDialogForm
 {
     Q_OBJECT
     Q_PROPERTY(QString propCaption MEMBER m_caption)
-    Q_PROPERTY(QString propBackScreen MEMBER m_backScreen)
     Q_PROPERTY(int propCount MEMBER m_count)
     Q_PROPERTY(bool propFlag MEMBER m_flag)
     Q_PROPERTY(QString propText MEMBER m_text)
@@ -22,12 +21,10 @@ public:
     ~TestMainForm() override;
 
     void attachedToScreen(const QString& screen) override;
-    void detachedFromScreen(const QString& screen) override;
     void onFunction(const QString& name, const QString& args, bool& handled) override;
 
-    // What each attach saw of the properties: "caption|count|flag|text".
+    // What each attach saw: "screen|caption|count|flag|text".
     QStringList attaches;
-    QStringList hooks;
     QVariant lastModalResult;
     SlGfwLineEdit* input;
 
@@ -35,7 +32,6 @@ public:
 
 private:
     QString m_caption;
-    QString m_backScreen;
     int m_count = -1;
     bool m_flag = false;
     QString m_text;

@@ -5,16 +5,14 @@
 #include <QVariant>
 
 // A form shown modally. "openNested" runs the second modal screen on top
-// of it; "doOK" and "doCancel" leave it with a result naming its depth.
+// of it; any other key leaves it with a result naming the key and its depth.
 class TestModalForm : public SlGfwDialogForm
 {
     Q_OBJECT
     Q_PROPERTY(QString propBackScreen MEMBER m_backScreen)
     Q_PROPERTY(int propDepth MEMBER m_depth)
 public:
-    TestModalForm(QWidget* parent, const QString& name, Qt::WindowFlags flags);
-
-    void attachedToScreen(const QString& screen) override;
+    using SlGfwDialogForm::SlGfwDialogForm;
     void onFunction(const QString& name, const QString& args, bool& handled) override;
 
     QVariant nestedResult;
