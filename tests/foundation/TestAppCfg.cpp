@@ -100,14 +100,13 @@ private slots:
         QVERIFY(cfg.Initialize(m_tmp->path(), m_ini));
         QString error;
         // The first failing check in the order of the form names what is wrong; nothing changes.
+        const QString port = "ZYN Net Server Port must be an integer between 0 and 65535";
         const QList<QPair<Nine, QString>> bad{
             {Nine().with(Nine::Target, "  ").with(Nine::Axes, "").with(Nine::Port, ""), "Target Path cannot be empty"},
             {Nine().with(Nine::ResultFile, "/").with(Nine::Workoffset, ""), "TMR Result File cannot be empty"},
             {Nine().with(Nine::Ip, "").with(Nine::Port, "x"), "ZYN Net Server IP cannot be empty"},
-            {Nine().with(Nine::Port, ""), "ZYN Net Server Port must be an integer between 0 and 65535"},
-            {Nine().with(Nine::Port, "-1"), "ZYN Net Server Port must be an integer between 0 and 65535"},
-            {Nine().with(Nine::Port, "65536"), "ZYN Net Server Port must be an integer between 0 and 65535"},
-            {Nine().with(Nine::Port, "80a"), "ZYN Net Server Port must be an integer between 0 and 65535"}};
+            {Nine().with(Nine::Port, ""), port}, {Nine().with(Nine::Port, "-1"), port},
+            {Nine().with(Nine::Port, "65536"), port}, {Nine().with(Nine::Port, "80a"), port}};
         for (const auto& b : bad) {
             QVERIFY(!set(cfg, b.first, error));
             QCOMPARE(error, b.second);
