@@ -1,12 +1,12 @@
 // The rollover is driven by the dates of the lines, so these cases feed
-// WriteFile lines with chosen dates instead of waiting for midnight.
+// WriteFile lines with chosen dates instead of waiting for midnight; the
+// worker that calls it in the HMI comes last.
 #include "Logger.h"
 #include "MiscUtility.h"
 
-#include <QDateTime>
-#include <QDir>
-#include <QTemporaryDir>
 #include <QtTest>
+
+#include <vector>
 
 class TestLogger : public QObject
 {
@@ -34,6 +34,7 @@ private:
         QVERIFY(f.setFileTime(when, QFileDevice::FileModificationTime));
     }
     static int today() { return QDate::currentDate().toString("yyyyMMdd").toInt(); }
+    QStringList lines() const { return content(m_log).split('\n', Qt::SkipEmptyParts); }
 
 private slots:
     void init()
@@ -45,7 +46,6 @@ private slots:
         CLogger::SetLogFile(m_log);
         CLogger::m_lastDate = 0;
     }
-    void cleanupTestCase() { m_file.close(); }
 
     void changeOfDayArchivesUnderPreviousLinesDate()
     {
@@ -69,8 +69,7 @@ private slots:
         touch(m_archives + "/other_20260101.log", QDateTime::currentDateTime());
         const QList<tagLogFileInfo> list = CLogger::GetLogFileList();
         QCOMPARE(list.size(), 3);
-        QCOMPARE(list.at(0).filePath, m_log);
-        QVERIFY(!list.at(0).isArchive && list.at(1).isArchive && list.at(2).isArchive);
+        QVERIFY(list.at(0).filePath == m_log && !list.at(0).isArchive && list.at(1).isArchive && list.at(2).isArchive);
     }
 
     void fileLeftByEarlierDayIsArchivedAtFirstLine()
@@ -138,12 +137,60 @@ private slots:
         QCOMPARE(content(m_log), QStringLiteral("kept\n"));
     }
 
-    void composedLineFormat()
+    // The worker runs once per process (a stopped logger cannot restart), so
+    // the whole life of one logger is one flow here, ending with its stop.
+    void composedLinesAndTheWorkerTillItsStop()
     {
         const QString line = CLogger::Test("hello | world", true);
-        const QRegularExpression re("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} \\| TST \\| [0-9a-f]{4,} \\| hello \\| world\\n$");
-        QVERIFY2(re.match(line).hasMatch(), qPrintable(line));
+        const QRegularExpression tst("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} \\| TST \\| [0-9a-f]{4,} \\| hello \\| world\\n$");
+        QVERIFY2(tst.match(line).hasMatch(), qPrintable(line));
         QCOMPARE(CLogger::AddLog("bare", false, "INF"), QStringLiteral("bare\n"));
+        // Lines added before the worker starts wait in the queue.
+        QVERIFY(CLogger::Initialize(m_log, 200));
+        QTRY_VERIFY_WITH_TIMEOUT(lines().size() >= 2, 10000);
+        QCOMPARE(lines(), (QStringList{line.chopped(1), "bare"}));
+
+        const int threads = 4, perThread = 2000;
+        std::vector<QThread*> workers;
+        for (int t = 0; t < threads; ++t) {
+            workers.push_back(QThread::create([t] {
+                for (int i = 0; i < perThread; ++i)
+                    CLogger::Debug(QStringLiteral("T%1 #%2 payload-%3").arg(t).arg(i).arg(QString(40, 'x')), true);
+            }));
+            workers.back()->start();
+        }
+        for (QThread* w : workers) {
+            QVERIFY(w->wait(60000));
+            delete w;
+        }
+        const int expected = 2 + threads * perThread;
+        QTRY_VERIFY_WITH_TIMEOUT(lines().size() >= expected, 30000);
+        const QStringList all = lines();
+        QCOMPARE(all.size(), expected);
+        const QRegularExpression re("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} \\| DBG \\| ([0-9a-f]{4,}) \\| T(\\d) #(\\d+) payload-x{40}$");
+        QVector<int> next(threads, 0);
+        QHash<int, QString> tidOf;
+        for (int i = 2; i < all.size(); ++i) {
+            const QRegularExpressionMatch m = re.match(all.at(i));
+            QVERIFY2(m.hasMatch(), qPrintable(all.at(i)));
+            // Each thread's lines keep their order, and its id stays its own.
+            const int t = m.captured(2).toInt();
+            QCOMPARE(m.captured(3).toInt(), next[t]++);
+            QCOMPARE(m.captured(1), tidOf.value(t, m.captured(1)));
+            tidOf.insert(t, m.captured(1));
+        }
+        QCOMPARE(next, QVector<int>(threads, perThread));
+
+        // Stopping must never wait for the disk: what arrives during the
+        // worker's final sleep is dropped, not drained.
+        CLogger::Info("written", true);
+        QTRY_VERIFY_WITH_TIMEOUT(lines().size() > expected, 10000);
+        CLogger::Info("dropped", true);
+        CLogger::UnInitialize();
+        // A second stop and late lines are harmless.
+        CLogger::Info("after stop", true);
+        CLogger::UnInitialize();
+        QVERIFY(lines().last().endsWith("written"));
     }
 };
 

@@ -1,14 +1,12 @@
-// CMiscUtility, its HMI helpers against the platform's dialog included.
+// CMiscUtility, its HMI helpers against the platform's dialog and the
+// plug-in's query form included.
 #include "MiscUtility.h"
+#include "SiemensHarvelFormMessage.h"
 #include "SlGfwAreaConfig.h"
 #include "SlGfwAreaHost.h"
-#include "SlGfwDialogForm.h"
 #include "SlGfwHmiDialog.h"
 #include "SlGfwScreen.h"
 
-#include <QDateTime>
-#include <QTemporaryDir>
-#include <QTimer>
 #include <QtTest>
 
 #include <cstring>
@@ -28,35 +26,14 @@ QByteArray content(const QString& path)
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
 }
 
-// A query form as the area's "screenMessage" holds one: any key closes it,
-// only "doOK" answers "OK".
-class QueryForm : public SlGfwDialogForm
-{
-    Q_OBJECT
-    Q_PROPERTY(QString propCaption MEMBER caption)
-    Q_PROPERTY(QString propBackScreen MEMBER backScreen)
-    Q_PROPERTY(QString propMessage MEMBER message)
-public:
-    using SlGfwDialogForm::SlGfwDialogForm;
-    void onFunction(const QString& name, const QString& args, bool& handled) override
-    {
-        SlGfwScreen* screen = dialog()->screenRef(dialog()->activeScreen());
-        screen->setModalResult(name == QLatin1String("doOK") ? QStringLiteral("OK") : QString());
-        dialog()->switchToScreen(backScreen);
-        handled = true;
-    }
-    QString caption, backScreen, message;
-};
-
 class Host : public SlGfwAreaHost
 {
 public:
     SlGfwDialogForm* createDialogForm(SlGfwHmiDialog*, const QString& className, const QString& formName,
                                       QString&) override
     {
-        if (className == QLatin1String("QueryForm"))
-            return new QueryForm(nullptr, formName);
-        return new SlGfwDialogForm(nullptr, formName);
+        return className == QLatin1String("Query") ? new SiemensHarvelFormMessage(nullptr, formName, {})
+                                                   : new SlGfwDialogForm(nullptr, formName);
     }
     bool switchToArea(SlGfwHmiDialog*, const QString&, const QString&, const QString&, bool) override { return false; }
 };
@@ -64,7 +41,7 @@ public:
 const char* kArea = "[dialog]\nclass = D\nstartScreen = screenTest\n"
                     "[screen screenTest]\nform = formTest\nclass = Plain\n"
                     "myVr1 = text:=Run, action:=doRun\nmyHu3 = text:=Net, action:=net\n"
-                    "[screen screenMessage]\nform = formMessage\nclass = QueryForm\n"
+                    "[screen screenMessage]\nform = formMessage\nclass = Query\n"
                     "myVr7 = text:=Cancel, action:=doCancel\nmyVr8 = text:=OK, action:=doOK\n";
 } // namespace
 
@@ -73,41 +50,32 @@ class TestMiscUtility : public QObject
     Q_OBJECT
 
 private slots:
-    void pathsOnNcAndLocal_data()
+    void pathsOnNcAndLocal()
     {
         // path | normalized | folder | name | stem | suffix
-        QTest::addColumn<QString>("row");
         for (const char* row : {"//NC/WKS.DIR/|//NC/WKS.DIR|//NC/WKS.DIR/|||.DIR/",
                                 "//NC/WKS.DIR/TELMOR.WPD/RESULT.MPF|//NC/WKS.DIR/TELMOR.WPD/RESULT.MPF|//NC/WKS.DIR/TELMOR.WPD/|RESULT.MPF|RESULT|.MPF",
                                 "C:\\x\\|C:/x|C:\\x\\|||", "C:\\logs/abc.log|C:/logs/abc.log|C:\\logs/|abc.log|abc|.log",
                                 "abc.log|abc.log||abc.log|abc|.log", "/x/README|/x/README|/x/|README|README|",
-                                "/a.b/c|/a.b/c|/a.b/|c|c|.b/c", "/||/|||", "/card///|/card|/card///|||", "|||||"})
-            QTest::newRow(row) << QString(row);
-    }
-    void pathsOnNcAndLocal()
-    {
-        QFETCH(QString, row);
-        const QStringList f = row.split('|');
-        QCOMPARE((QStringList{CMiscUtility::NormalizePath(f[0]), CMiscUtility::GetFilePath(f[0]), CMiscUtility::GetFileName(f[0]),
-                              CMiscUtility::GetFileNameNoSuffix(f[0], '.'), CMiscUtility::GetFileSuffix(f[0])}), f.mid(1));
+                                "/a.b/c|/a.b/c|/a.b/|c|c|.b/c", "/||/|||", "/card///|/card|/card///|||", "|||||"}) {
+            const QStringList f = QString(row).split('|');
+            QCOMPARE((QStringList{f[0], CMiscUtility::NormalizePath(f[0]), CMiscUtility::GetFilePath(f[0]), CMiscUtility::GetFileName(f[0]),
+                                  CMiscUtility::GetFileNameNoSuffix(f[0], '.'), CMiscUtility::GetFileSuffix(f[0])}), f);
+        }
     }
 
     void conversions()
     {
-        QVERIFY(CMiscUtility::CheckFileSuffix("//NC/X.mpf", ".MPF"));
-        QVERIFY(!CMiscUtility::CheckFileSuffix("//NC/X.mpf", "MPF"));
-        QVERIFY(!CMiscUtility::CheckFileSuffix("//NC/X", ".MPF"));
-        QCOMPARE(CMiscUtility::NormalizePath("//NC\\SPF.DIR\\"), QStringLiteral("//NC/SPF.DIR"));
+        QVERIFY(CMiscUtility::CheckFileSuffix("//NC/X.mpf", ".MPF") && !CMiscUtility::CheckFileSuffix("//NC/X.mpf", "MPF") &&
+                !CMiscUtility::CheckFileSuffix("//NC/X", ".MPF"));
         // With no decimals the zeros of a whole number go too.
-        const QList<QPair<double, int>> numbers{{12.5, 3}, {3.0, 3}, {-0.125, 2}, {100.06, 1}, {10.0, 4}, {100.0, 0}, {0.0, 0}, {205.0, 0}};
         QStringList texts;
-        for (const auto& n : numbers)
+        for (const auto& n : QList<QPair<double, int>>{{12.5, 3}, {3.0, 3}, {-0.125, 2}, {100.06, 1}, {10.0, 4}, {100.0, 0}, {0.0, 0}, {205.0, 0}})
             texts << CMiscUtility::DoubleToQStr(n.first, n.second);
         QCOMPARE(texts, (QStringList{"12.5", "3", "-0.13", "100.1", "10", "1", "", "205"}));
-        QCOMPARE(CMiscUtility::GetHexQStr<int>(-1, "0x"), QStringLiteral("0xffffffff"));
-        QCOMPARE(CMiscUtility::GetHexQStr<int>(int(0x81501031), "0x"), QStringLiteral("0x81501031"));
-        QCOMPARE(CMiscUtility::GetHexQStr<int>(255, QString()), QStringLiteral("ff"));
-        QCOMPARE(CMiscUtility::GetHexQStr<int>(0, "0x"), QStringLiteral("0x0"));
+        QCOMPARE((QStringList{CMiscUtility::GetHexQStr<int>(-1, "0x"), CMiscUtility::GetHexQStr<int>(int(0x81501031), "0x"),
+                              CMiscUtility::GetHexQStr<int>(255, QString()), CMiscUtility::GetHexQStr<int>(0, "0x")}),
+                 (QStringList{"0xffffffff", "0x81501031", "ff", "0x0"}));
         QString s = "7";
         CMiscUtility::FillQStr(s, 3, '0', true);
         CMiscUtility::FillQStr(s, 5, ' ', false);
@@ -115,16 +83,10 @@ private slots:
         QCOMPARE(s, QStringLiteral("007  "));
 
         int i = 42;
-        QVERIFY(!CMiscUtility::QStr2Integer("12a", i));
-        QCOMPARE(i, 0);
-        QVERIFY(CMiscUtility::QStr2Integer("-17", i));
-        QCOMPARE(i, -17);
         unsigned short u = 1;
-        QVERIFY(!CMiscUtility::QStr2UShort("65536", u));
-        QCOMPARE(u, quint16(0));
         double d = 1;
-        QVERIFY(CMiscUtility::QStr2Double("-1.5e3", d));
-        QCOMPARE(d, -1500.0);
+        QVERIFY(!CMiscUtility::QStr2Integer("12a", i) && i == 0 && !CMiscUtility::QStr2UShort("65536", u) && u == 0);
+        QVERIFY(CMiscUtility::QStr2Integer("-17", i) && i == -17 && CMiscUtility::QStr2Double("-1.5e3", d) && d == -1500.0);
         QVERIFY(!CMiscUtility::QStr2Double("1,5", d));
         // Equality of doubles is purely relative.
         QVERIFY(CMiscUtility::DoubleIsEqual(0.0, 0.0) && !CMiscUtility::DoubleIsEqual(1e-300, 0.0));
@@ -133,11 +95,8 @@ private slots:
 
         char buf[8];
         std::memset(buf, 'z', sizeof buf);
-        QVERIFY(!CMiscUtility::QStr2CharArray("abc", nullptr, 8));
-        QVERIFY(!CMiscUtility::QStr2CharArray("abc", buf, 0));
-        QCOMPARE(buf[0], 'z');
-        QVERIFY(CMiscUtility::QStr2CharArray("abc", buf, 1));
-        QCOMPARE(buf[0], '\0');
+        QVERIFY(!CMiscUtility::QStr2CharArray("abc", nullptr, 8) && !CMiscUtility::QStr2CharArray("abc", buf, 0) && buf[0] == 'z');
+        QVERIFY(CMiscUtility::QStr2CharArray("abc", buf, 1) && buf[0] == '\0');
         QVERIFY(CMiscUtility::QStr2CharArray("abcdefghij", buf, 8));
         QCOMPARE(QByteArray(buf), QByteArray("abcdefg"));
         // UTF-8, cut by bytes: "ä" is two bytes, so four of them fill 7 bytes with half of the last.
@@ -152,8 +111,7 @@ private slots:
             QCOMPARE(CMiscUtility::GetWorkoffsetIndex(o.code, valid), o.index);
             QCOMPARE(valid, o.valid);
         }
-        QCOMPARE(CMiscUtility::GetAxisTypeQStr(AXIS_SPINDLE), QStringLiteral("Spindle"));
-        QCOMPARE(CMiscUtility::GetAxisTypeQStr(AXIS_UNKNOWN), QString());
+        QCOMPARE(CMiscUtility::GetAxisTypeQStr(AXIS_SPINDLE) + CMiscUtility::GetAxisTypeQStr(AXIS_UNKNOWN), QStringLiteral("Spindle"));
         QVERIFY(CMiscUtility::IsAllowAxisType(AXIS_LINEAR) && CMiscUtility::IsAllowAxisType(AXIS_ROTARY));
         QVERIFY(!CMiscUtility::IsAllowAxisType(AXIS_SPINDLE) && !CMiscUtility::IsAllowAxisType(AXIS_UNKNOWN));
     }
@@ -171,20 +129,17 @@ private slots:
             x2 = CMiscUtility::GetRandomInteger(10, 20);
         }
         QCOMPARE(x1, x2);
-        QVERIFY(x1 >= 10 && x1 < 20);
-        QVERIFY(CMiscUtility::GetRandomDouble(1.0, 2.0) >= 1.0);
+        QVERIFY(x1 >= 10 && x1 < 20 && CMiscUtility::GetRandomDouble(1.0, 2.0) >= 1.0);
 
         const QString path = CMiscUtility::GetThisLibFullPath();
-        QVERIFY(path.endsWith("/libsiemensharvel.so"));
-        QCOMPARE(QFileInfo(path).canonicalFilePath(), path);
+        QVERIFY(path.endsWith("/libsiemensharvel.so") && QFileInfo(path).canonicalFilePath() == path);
         QStringList list{"pre"};
         CMiscUtility::GetHostIpList(list, true);
         QCOMPARE(list.mid(0, 3), (QStringList{"pre", "0.0.0.0", "[::]"}));
         QVERIFY(!list.contains("127.0.0.1") && !list.contains("::1"));
         list.clear();
         CMiscUtility::GetHostIpList(list, false);
-        for (const QString& a : list)
-            QVERIFY2(!a.contains(':'), qPrintable(a));
+        QVERIFY2(list.filter(":").isEmpty(), qPrintable(list.join(' ')));
     }
 
     void files()
@@ -193,20 +148,17 @@ private slots:
         const QString a = tmp.filePath("a.txt"), b = tmp.filePath("b.txt");
         make(a, "A");
         make(b, "B");
-        QVERIFY(!CMiscUtility::RenameFile(a, b, false));
-        QVERIFY(!CMiscUtility::CopyFile(a, b, false));
+        QVERIFY(!CMiscUtility::RenameFile(a, b, false) && !CMiscUtility::CopyFile(a, b, false));
         QCOMPARE(content(a) + content(b), QByteArray("AB"));
         QVERIFY(CMiscUtility::CopyFile(a, b, true));
         QCOMPARE(content(a) + content(b), QByteArray("AA"));
         make(b, "B");
-        QVERIFY(CMiscUtility::MoveFile(b, a, true));
-        QVERIFY(!QFile::exists(b));
+        QVERIFY(CMiscUtility::MoveFile(b, a, true) && !QFile::exists(b));
         QVERIFY(!CMiscUtility::RenameFile(b, a, true)); // source gone
         QCOMPARE(content(a), QByteArray("B"));
         QVERIFY(CMiscUtility::RenameFile(a, b, true));
         QCOMPARE(content(b), QByteArray("B"));
-        QVERIFY(!CMiscUtility::FileIsExists(QString()));
-        QVERIFY(CMiscUtility::CreateFolder(tmp.filePath("x/y/z.txt"), true));
+        QVERIFY(!CMiscUtility::FileIsExists(QString()) && CMiscUtility::CreateFolder(tmp.filePath("x/y/z.txt"), true));
         QVERIFY(QFileInfo(tmp.filePath("x/y")).isDir() && !QFileInfo::exists(tmp.filePath("x/y/z.txt")));
 
         // Text files round-trip UTF-8; the limit counts the whole list, earlier entries included.
@@ -218,8 +170,7 @@ private slots:
         QVERIFY(CMiscUtility::ReadTextFile(t, lines, error, 0, 0));
         QCOMPARE(lines, (QStringList{"kept", "Fr\u00e4se 1", "zwei", "drei"}));
         lines = QStringList{"kept"};
-        QVERIFY(CMiscUtility::ReadTextFile(t, lines, error, 0, 2));
-        QCOMPARE(lines.size(), 2);
+        QVERIFY(CMiscUtility::ReadTextFile(t, lines, error, 0, 2) && lines.size() == 2);
         lines.clear();
         QVERIFY(CMiscUtility::ReadTextFile(t, lines, error, 5, 1));
         QCOMPARE(lines, QStringList{"Fr\u00e4se 1"});
@@ -273,29 +224,24 @@ private slots:
             QCOMPARE(CMiscUtility::ShowMessageDialog(&dialog, "screenTest", message, "A query"), key == QLatin1String("doOK"));
             QCOMPARE(shownOn, QStringLiteral("screenMessage"));
             QCOMPARE(dialog.activeScreen(), QStringLiteral("screenTest"));
-            auto* form = qobject_cast<QueryForm*>(dialog.existingForm("formMessage"));
+            auto* form = qobject_cast<SiemensHarvelFormMessage*>(dialog.existingForm("formMessage"));
             QVERIFY(form);
-            QCOMPARE(QStringList({form->message, form->caption, form->backScreen}), QStringList({message, "A query", "screenTest"}));
+            QCOMPARE(QStringList({form->Message(), form->Caption(), form->BackScreen()}), QStringList({message, "A query", "screenTest"}));
         }
 
+        // The menu counts, a screen other than the one shown is reached as well, and missing pieces do nothing.
         QWidget* run = dialog.screenRef("screenTest")->menuSoftkey("myVr", 1);
-        QVERIFY(run && run->isEnabled());
-        CMiscUtility::SetSoftKeyEnable(&dialog, "screenTest", 1, false, "myVr");
-        QVERIFY(!run->isEnabled());
-        // The menu counts: position 1 of myHu is not the run key.
-        CMiscUtility::SetSoftKeyEnable(&dialog, "screenTest", 1, true, "myHu");
-        QVERIFY(!run->isEnabled());
-        CMiscUtility::SetSoftKeyEnable(&dialog, "screenTest", 1, true, "myVr");
-        QVERIFY(run->isEnabled());
-        // A screen other than the one shown is reached as well.
         QWidget* ok = dialog.screenRef("screenMessage")->menuSoftkey("myVr", 8);
-        CMiscUtility::SetSoftKeyEnable(&dialog, "screenMessage", 8, false, "myVr");
-        QVERIFY(!ok->isEnabled());
-        // Missing pieces do nothing.
-        CMiscUtility::SetSoftKeyEnable(nullptr, "screenTest", 1, false, "myVr");
-        CMiscUtility::SetSoftKeyEnable(&dialog, "screenNone", 1, false, "myVr");
-        CMiscUtility::SetSoftKeyEnable(&dialog, "screenTest", 2, false, "myVr");
-        QVERIFY(run->isEnabled());
+        QVERIFY(run && ok && run->isEnabled() && ok->isEnabled());
+        const struct { SlGfwHmiDialog* dialog; const char* screen; int index; bool enabled; const char* menu; const char* after; } steps[] = {
+            {&dialog, "screenTest", 1, false, "myVr", "off on"}, {&dialog, "screenTest", 1, true, "myHu", "off on"},
+            {&dialog, "screenTest", 1, true, "myVr", "on on"},   {&dialog, "screenMessage", 8, false, "myVr", "on off"},
+            {nullptr, "screenTest", 1, false, "myVr", "on off"}, {&dialog, "screenNone", 1, false, "myVr", "on off"},
+            {&dialog, "screenTest", 2, false, "myVr", "on off"}};
+        for (const auto& step : steps) {
+            CMiscUtility::SetSoftKeyEnable(step.dialog, step.screen, step.index, step.enabled, step.menu);
+            QCOMPARE(QStringLiteral("%1 %2").arg(run->isEnabled() ? "on" : "off", ok->isEnabled() ? "on" : "off"), QString(step.after));
+        }
     }
 };
 

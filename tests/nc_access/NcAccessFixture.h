@@ -4,12 +4,6 @@
 #include "NcFaults.h"
 #include "VirtualNc.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QScopedPointer>
-#include <QTemporaryDir>
-#include <QThreadPool>
 #include <QtTest>
 
 // A machine folder of its own, opened as the process's NC, so that the NC
@@ -68,12 +62,7 @@ struct TestLog
         return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
     }
     // The worker writes in its own time: waits for the line, not for a time.
-    bool has(const QString& line) const
-    {
-        for (int i = 0; i < 3000 && !text().contains(line); ++i)
-            QTest::qWait(10);
-        return text().contains(line);
-    }
+    bool has(const QString& line) const { return QTest::qWaitFor([&] { return text().contains(line); }, 30000); }
     // Everything logged before is in the file once this returns true, so
     // that a line can be shown to be missing.
     bool flushed()

@@ -7,26 +7,21 @@ class TestSiemensAPIAxesCache : public QObject
 {
     Q_OBJECT
 private slots:
-    void aFailedFirstReadIsNeverRetried();
+    void aFailedFirstReadIsNeverRetried()
+    {
+        NcMachine m;
+        CSiemensAPIOperate api;
+        QList<tagAxisInfo> axes;
+        m.fail("read", "/Channel/GeometricAxis/name", 0x8032000Au, 1);
+        QCOMPARE(api.GetAxesPos(axes, true), -106);
+        // The NC answers again, but the cache stays empty for good.
+        QCOMPARE(api.GetAxes(axes, true), 0);
+        axes.clear();
+        QCOMPARE(api.GetAxesPos(axes, true), -108);
+        QCOMPARE(CSiemensAPIOperate().GetAxesPos(axes, false), -108);
+        QVERIFY(axes.isEmpty());
+    }
 };
-
-void TestSiemensAPIAxesCache::aFailedFirstReadIsNeverRetried()
-{
-    NcMachine m;
-    CSiemensAPIOperate api;
-    QList<tagAxisInfo> axes;
-
-    m.fail("read", "/Channel/GeometricAxis/name", 0x8032000Au, 1);
-    QCOMPARE(api.GetAxesPos(axes, true), -106);
-
-    // The NC answers again, but the cache stays empty for good.
-    QCOMPARE(api.GetAxes(axes, true), 0);
-    axes.clear();
-    QCOMPARE(api.GetAxesPos(axes, true), -108);
-    CSiemensAPIOperate other;
-    QCOMPARE(other.GetAxesPos(axes, false), -108);
-    QVERIFY(axes.isEmpty());
-}
 
 QTEST_MAIN(TestSiemensAPIAxesCache)
 #include "TestSiemensAPIAxesCache.moc"
