@@ -1,7 +1,6 @@
-// An NC program's dialog: the program fills the dialog variables and raises the state word, the operator answers
-// on the message screen, and the answer stands complete in the NC when the state word reads 2. harvel-hmi runs as
-// a process, since the message holds its main thread until the operator has answered; NC and operator are driven
-// through its socket.
+// An NC program's dialog: the program fills the dialog variables and raises the state word, the operator answers on the
+// message screen, and the answer stands complete in the NC when the state word reads 2. harvel-hmi runs as a process,
+// since the message holds its main thread until the operator has answered; NC and operator are driven through its socket.
 
 #include "HmiMachine.h"
 

@@ -135,8 +135,7 @@ private slots:
     void positionsFollowTheAxisIndex();
 
 private:
-    // The NC notifies a change within one update period; a step that should send nothing has had its chance after
-    // this.
+    // The NC notifies a change within one update period; a step that should send nothing has had its chance after this.
     void settle() { QTest::qWait(3 * m_nc->nc->updatePeriodMs()); }
     bool start() { return m_nc->nc->selectProgram("//NC/MPF.DIR/MAIN.MPF") == 0 && m_nc->nc->startProgram(); }
     // Waits for count lines starting with prefix, then all that came must be expected.
@@ -268,8 +267,7 @@ void TestSiemensMonitors::alarmsThatDoNotStopTheChannel()
 
 void TestSiemensMonitors::oneBadEntryDropsTheNotification()
 {
-    // The start reaches the hotlink with chanStatus and acProg good and the last entry failing: all three are
-    // lost.
+    // The start reaches the hotlink with chanStatus and acProg good and the last entry failing: all three are lost.
     m_nc->fail("read", "/Channel/State/chanAlarm", 0x80320006u);
     QVERIFY(start());
     QTRY_VERIFY_WITH_TIMEOUT(m_log.text().contains(QRegularExpression(

@@ -63,15 +63,13 @@ void TestSiemensTmrResultMonitor::withoutNetServerJournalsPileUpUnderTheTarget()
     QTRY_VERIFY_WITH_TIMEOUT(moveFailed.match(m.Log()).hasMatch(), 20000);
     const QString uncommitted = LocalPath(m, moveFailed.match(m.Log()).captured(1));
     QCOMPARE(m.ReadFile(uncommitted + 'p'), QByteArray("third result"));
-    QVERIFY(!QFileInfo::exists(uncommitted + 'a'));
-    QCOMPARE(m.LastJournal(), second);
+    QVERIFY(!QFileInfo::exists(uncommitted + 'a') && m.LastJournal() == second);
 
     // A second result within the same second takes the same name: the leftovers of an earlier one under the next
     // seconds' names are replaced.
     const QDateTime now = QDateTime::currentDateTime();
     for (int s = 0; s < 30; ++s) {
-        const QString base = m.TargetJournalDir()
-                             + QStringLiteral("/Telmor%1.cn").arg(now.addSecs(s).toString(QStringLiteral("yyyyMMddhhmmss")));
+        const QString base = m.TargetJournalDir() + "/Telmor" + now.addSecs(s).toString("yyyyMMddhhmmss") + ".cn";
         QVERIFY(m.WriteFile(base + 'p', "stale copy") && m.WriteFile(base + 'a', "stale journal"));
     }
     QVERIFY(m.Deliver("fourth result"));
@@ -119,8 +117,7 @@ void TestSiemensTmrResultMonitor::withNetServerTheClientGetsTheJournal()
     const QString alpha = QFileInfo(m.LastJournal()).fileName();
     QCOMPARE(m.LastJournal(), m.NetJournalDir() + '/' + alpha);
     QTRY_VERIFY_WITH_TIMEOUT(
-        m.Log().contains(QStringLiteral("Send TMR result file failed. ResultFile=%1, ErrInfo=No available clients\n").arg(alpha)),
-        20000);
+        m.Log().contains(QStringLiteral("Send TMR result file failed. ResultFile=%1, ErrInfo=No available clients\n").arg(alpha)), 20000);
     QVERIFY(!QFileInfo::exists(m.TargetJournalDir()));
 
     QTemporaryDir received;
@@ -128,17 +125,15 @@ void TestSiemensTmrResultMonitor::withNetServerTheClientGetsTheJournal()
     m.StartWatch(client, QStringLiteral("127.0.0.1:%1").arg(m.ServerPort()), received.path());
     QTRY_COMPARE_WITH_TIMEOUT(m.ReadFile(received.path() + '/' + alpha), QByteArray("alpha"), 20000);
 
-    // A subscribed client holds the next one as it was written, byte for byte, and nothing is logged as failed for
-    // it.
+    // A subscribed client holds the next one as it was written, byte for byte, and nothing is logged as failed for it.
     QByteArray beta(300 * 1024, Qt::Uninitialized);
     QRandomGenerator::global()->fillRange(reinterpret_cast<quint32*>(beta.data()), beta.size() / 4);
     QVERIFY(m.Deliver(beta));
     QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(m.LastJournal()).fileName() != alpha, 20000);
     const QString betaName = QFileInfo(m.LastJournal()).fileName();
     QTRY_COMPARE_WITH_TIMEOUT(m.ReadFile(received.path() + '/' + betaName), beta, 20000);
-    QVERIFY(!m.Log().contains(QStringLiteral("ResultFile=%1, ErrInfo=No available clients").arg(betaName)));
-    QCOMPARE(m.Files(m.NetJournalDir(), "*.cnp"), QStringList());
-
+    QVERIFY(!m.Log().contains(QStringLiteral("ResultFile=%1, ErrInfo=No available clients").arg(betaName))
+            && m.Files(m.NetJournalDir(), "*.cnp").isEmpty());
     client.kill();
     client.waitForFinished();
     m.Stop();

@@ -148,8 +148,7 @@ void TestLogScreens::exportToNetReachesTheWatchingClient()
     QProcess watch;
     watch.start(BinaryDir() + "/bin/harvel-client", {"--server", m.server, "watch", "--logs", received.path()});
     QVERIFY(watch.waitForStarted(10000) && OpenExport(m) && m.Hmi({"check", "radioZynNet", "on"}));
-    // The client appears once it has arrived; the screen reads the list as it is shown, so it is opened again
-    // until then.
+    // The client appears once it has arrived; the screen reads the list as it is shown, so it is opened again until then.
     QVERIFY(RetryUntil([this] {
         if (m.Read("gridZynClients").contains(QStringLiteral("127.0.0.1:")))
             return true;
@@ -166,8 +165,16 @@ void TestLogScreens::exportToNetReachesTheWatchingClient()
     WAIT_COMPARE(FileBytes(received.filePath(m_archiveName)), m_archive);
     QVERIFY(FileBytes(m.Appl("logs/SiemensHarvel.log")).startsWith(FileBytes(received.filePath("SiemensHarvel.log"))));
     QCOMPARE(QDir(received.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden).size(), 2);
-    watch.kill();
-    watch.waitForFinished();
+    watch.terminate();
+    QVERIFY(watch.waitForFinished(10000));
+    // Each file's start, then its end, as the client tells them.
+    const QString out = QString::fromUtf8(watch.readAllStandardOutput());
+    for (const QString& name : {QStringLiteral("SiemensHarvel.log"), m_archiveName})
+        QVERIFY2(QRegularExpression(QStringLiteral("^log-file %1 \\d+ exporting$.*^log-file %1 \\d+ saved %2/%1$")
+                                        .arg(QRegularExpression::escape(name), QRegularExpression::escape(received.path())),
+                                    QRegularExpression::MultilineOption | QRegularExpression::DotMatchesEverythingOption)
+                     .match(out).hasMatch(),
+                 qPrintable(out));
 }
 
 void TestLogScreens::netChoiceOffWithoutNetServer()

@@ -125,8 +125,7 @@ void TestMessageScreens::textsAndASecondMessageOverTheFirst()
     // The identifier does not fit the screen's int; what the conversion leaves is shown.
     QCOMPARE(m.Status(), QStringLiteral("ID: 0"));
 
-    // A second message goes on top; once it is answered, the first stands again as it was, and still holds the
-    // area.
+    // A second message goes on top; once it is answered, the first stands again as it was, and still holds the area.
     std::unique_ptr<QProcess> second =
         StartMessage({"--type", "1", "--style", "0", "--text", "Second", "--input-name", "Code", "--id", "2"});
     QTRY_VERIFY_WITH_TIMEOUT(ShowsMessage(QStringLiteral("Second")), 20000);

@@ -70,8 +70,7 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     QVERIFY(m.Fill("Target Path", "//127.0.0.1/telmor/cell2/") && m.Hmi({"check", "ZYN Net Server Enable", "on"}));
     QVERIFY(m.Hmi({"check", "radioCoarse", "on"}));
 
-    // Cancelled query and cancelled map: the file stays as it was, and the edits stay on the form, not read again
-    // over.
+    // Cancelled query and cancelled map: the file stays as it was, and the edits stay on the form, not read again over.
     const QByteArray before = FileBytes(Ini());
     QVERIFY(m.Hmi({"key", "saveSettings"}) && Answer("doCancel"));
     QVERIFY(m.Open("mapWofsAxes", "screenWofsMap") && m.Hmi({"key", "mapDefault"}));
@@ -158,14 +157,12 @@ void TestSettingsScreens::axesMapKeepsWhatItCannotShow()
 void TestSettingsScreens::ugudActivationEveryOutcome()
 {
     const QString ugud = m.Path("nc/DEF.DIR/UGUD.DEF");
-    // An integrator's own variable beside the plug-in's, and an old definition of one of the plug-in's that gives
-    // way.
+    // An integrator's own variable beside the plug-in's, and an old definition of one of the plug-in's that gives way.
     QFile file(ugud);
     const QByteArray old("%_N_UGUD_DEF\nDEF NCK REAL GAUGE_LEN[3]\nDEF NCK INT TMR_FILE\n");
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write(old) == old.size() && file.flush() && m.Show(2, "screenSettings"));
 
-    // The nc fault's arguments before it (empty for none), the key on "Do you want to activate UGUD?", and the
-    // status.
+    // The nc fault's arguments before it (empty for none), the key on "Do you want to activate UGUD?", and the status.
     const struct { const char *fault, *answer, *status; } outcomes[] = {
         {"", "doCancel", "Read settings succeeded"},
         {"check-def * --cancel", "doOK", "Activate UGUD failed. ErrInfo=Canceled"},
