@@ -31,7 +31,6 @@ class NotificationWatch
 {
 public:
     ~NotificationWatch() { Stop(); }
-
     // Starts the server and a subscribed client; false when either failed.
     bool Start(const QString& applDir)
     {
@@ -64,7 +63,6 @@ public:
         }
         m_lines.clear();
     }
-
     // Waits until count lines that start with prefix have come and not been taken yet.
     bool WaitFor(const QString& prefix, int count = 1)
     {
@@ -78,7 +76,6 @@ public:
         }
         return false;
     }
-
     // Everything sent since the last Take. A marker goes out from this thread behind what the monitors have sent
     // so far, and the lines before it are the whole story.
     QStringList Take()
@@ -284,7 +281,6 @@ void TestSiemensMonitors::oneBadEntryDropsTheNotification()
     QVERIFY(m_watch.Start(applDir()) && m_nc->nc->endProgram());
     QVERIFY(m_watch.WaitFor(mach(1)));
     expect(QString(), {mach(1)});
-
     // Without an NC the alarm service refuses the sink; the start state is told all the same.
     cleanup();
     startStatusMonitor();
@@ -304,7 +300,6 @@ void TestSiemensMonitors::positionsFollowTheAxisIndex()
     expect(QString(), {});
     QVERIFY(m_log.flushed());
     QCOMPARE(m_log.text().count("axespos"), logged);
-
     // The first positions at once, the spindle left out; the configuration gets every axis.
     startAxisMonitor(new CSiemensAPIOperate);
     expect("axis-positions", {axes("X=1 Y=2 Z=3 A=4 C=6")});
@@ -327,7 +322,6 @@ void TestSiemensMonitors::positionsFollowTheAxisIndex()
     m_nc->nc->faults().clear();
     QVERIFY(setPositions("1,7,3,45,2000,-0.25"));
     expect("axis-positions", {axes("X=1 Y=7 Z=3 A=45 C=-0.25")});
-
     // X taken in while nobody listened: the spindle alone changes no watched axis, and the next notice has X where
     // it stands.
     m_watch.Stop();

@@ -28,18 +28,15 @@ void TestSiemensTmrResultMonitor::withoutNetServerJournalsPileUpUnderTheTarget()
     QCOMPARE(m.Start(), QStringList());
     // The NC program finds a file to write, in a folder made for it.
     QVERIFY(QFileInfo(m.ResultFile()).isFile() && QFileInfo(m.ResultFile()).size() == 0);
-
     // No journal folder can be made: the result is not taken and the NC program keeps waiting.
     QVERIFY(m.Fault("create-folder", "*/Journal", "0x81501005") && m.Deliver("first result"));
     QTRY_VERIFY_WITH_TIMEOUT(
         m.Log().contains("Handle TMR result file failed. ErrInfo=Cannot create folder " + kJournalDir + ", ErrCode=0x81501005\n"), 20000);
     QVERIFY(m.TmrFile() == "1" && !QFileInfo::exists(m.TargetJournalDir()));
-
     // Any value but 1 is left alone.
     QVERIFY(m.SetTmrFile(2));
     QTest::qWait(500);
     QVERIFY(m.TmrFile() == "2" && !QFileInfo::exists(m.TargetJournalDir()) && m.SetTmrFile(0));
-
     // TMR_FILE cannot be reset: the journal is made all the same and the failure is only a warning.
     QVERIFY(m.Fault("write", ResultHandoverFixture::kTmrFile, "0x80320005") && m.Deliver("second result"));
     QTRY_VERIFY_WITH_TIMEOUT(!m.LastJournal().isEmpty(), 20000);
@@ -51,7 +48,6 @@ void TestSiemensTmrResultMonitor::withoutNetServerJournalsPileUpUnderTheTarget()
     QCOMPARE(m.Files(m.TargetJournalDir(), "*"), QStringList{QFileInfo(second).fileName()});
     QCOMPARE(m.ReadFile(LocalPath(m, second)), QByteArray("second result"));
     QVERIFY(m.TmrFile() == "1" && m.SetTmrFile(0));
-
     // A failed rename has released the program already; its result stays as the uncommitted .cnp and is not
     // announced as a journal.
     QVERIFY(m.Fault("move", "*/Journal/*", "0x81501005") && m.Deliver("third result"));
@@ -64,7 +60,6 @@ void TestSiemensTmrResultMonitor::withoutNetServerJournalsPileUpUnderTheTarget()
     const QString uncommitted = LocalPath(m, moveFailed.match(m.Log()).captured(1));
     QCOMPARE(m.ReadFile(uncommitted + 'p'), QByteArray("third result"));
     QVERIFY(!QFileInfo::exists(uncommitted + 'a') && m.LastJournal() == second);
-
     // A second result within the same second takes the same name: the leftovers of an earlier one under the next
     // seconds' names are replaced.
     const QDateTime now = QDateTime::currentDateTime();
@@ -79,7 +74,6 @@ void TestSiemensTmrResultMonitor::withoutNetServerJournalsPileUpUnderTheTarget()
     QVERIFY(!QFileInfo::exists(fourth.chopped(1) + 'p') && m.TmrFile() == "0");
     for (const QString& name : m.Files(m.TargetJournalDir(), "*"))
         QVERIFY(QFile::remove(m.TargetJournalDir() + '/' + name));
-
     // A failed copy keeps the program waiting; nothing lies in the folder.
     QVERIFY(m.Fault("copy", "*/Journal/*", "0x81501003") && m.Deliver("fifth result"));
     const QRegularExpression copyFailed(
@@ -90,7 +84,6 @@ void TestSiemensTmrResultMonitor::withoutNetServerJournalsPileUpUnderTheTarget()
     QVERIFY(m.TmrFile() == "1" && m.Files(m.TargetJournalDir(), "*").isEmpty());
     // Nothing of this went to a net server.
     QVERIFY(!m.Log().contains(QStringLiteral("Send TMR result file failed")) && !QFileInfo::exists(m.NetJournalDir()));
-
     // The HMI restarts while the program waits: the 1 that stands is taken. (The log cannot be followed further:
     // the logger runs once a process.)
     m.Stop();
@@ -108,7 +101,6 @@ void TestSiemensTmrResultMonitor::withNetServerTheClientGetsTheJournal()
     QVERIFY(m.Install("127.0.0.1:0"));
     QCOMPARE(m.Start(), QStringList());
     QVERIFY2(m.ServerPort() != 0, qPrintable(m.Log()));
-
     // Nobody listens: the journal is made in the net server's folder, the failed notice is logged, and the journal
     // waits there for a client.
     QVERIFY(m.Deliver("alpha"));
@@ -124,7 +116,6 @@ void TestSiemensTmrResultMonitor::withNetServerTheClientGetsTheJournal()
     QProcess client;
     m.StartWatch(client, QStringLiteral("127.0.0.1:%1").arg(m.ServerPort()), received.path());
     QTRY_COMPARE_WITH_TIMEOUT(m.ReadFile(received.path() + '/' + alpha), QByteArray("alpha"), 20000);
-
     // A subscribed client holds the next one as it was written, byte for byte, and nothing is logged as failed for it.
     QByteArray beta(300 * 1024, Qt::Uninitialized);
     QRandomGenerator::global()->fillRange(reinterpret_cast<quint32*>(beta.data()), beta.size() / 4);

@@ -244,7 +244,6 @@ void TestSiemensInteractive::exchangeVariablesAndAnswers()
     QCOMPARE(process(QStringLiteral("3 7 1 0 -2"), QStringLiteral("FIRST.REQ")), kKept);
     QCOMPARE(process(QStringLiteral("3 7 0 999 1234567.89")), kRemoved);
     QVERIFY(ncDouble(kTmrVar.arg(1)) == -2.0 && ncDouble(kTmrVar.arg(1000)) == 1234567.89);
-
     // The answer lands where the request came from, nothing else is left.
     const QStringList before = QDir(applDir()).entryList(QDir::Files);
     QCOMPARE(process(QStringLiteral("4 7 0 999 ANS999.RES")), kRemoved);
@@ -254,7 +253,6 @@ void TestSiemensInteractive::exchangeVariablesAndAnswers()
     QVERIFY(m_log.has("Read variable succeeded. ReqFile=R.req, Index=999, Value=1.23457e+06, ResFile=ANS999.RES\n"));
     QCOMPARE(process(QStringLiteral("4 7 1 0 A0.RES"), QStringLiteral("KEPT.req")), kKept);
     QVERIFY(QFile::exists(reqDir() + QStringLiteral("/A0.RES")));
-
     // Refused before the NC is asked, and no answer anywhere.
     const struct { const char *line, *op, *error; } bad[] = {
         {"3 7 0 1000 1", "Write", "Invalid parameter Index"}, {"3 7 0 -1 1", "Write", "Invalid parameter Index"},
@@ -280,7 +278,6 @@ void TestSiemensInteractive::exchangeVariablesAndAnswers()
     }
     for (const QString& folder : {reqDir(), reqDir() + "/sub", reqDir() + "/..", applDir(), applDir() + "/..", QString("/tmp")})
         QVERIFY2(QDir(folder).entryList({"*ESC.RES", "A..RES"}, QDir::Files).isEmpty(), qPrintable(folder));
-
     // An answer that cannot be written (a folder stands in its place) fails the read.
     setNc(kTmrVar.arg(8), QStringLiteral("-0.125"));
     QVERIFY(QDir().mkpath((netServer ? netReqDir() : applDir()) + QStringLiteral("/W.RES")));
@@ -343,7 +340,6 @@ void TestSiemensInteractive::syncVariableAndNcRefusals()
     QVERIFY(m_log.has("Decrement sync var failed. ReqFile=S5.req, ErrInfo=Cannot set TMR_VINT[1]=1\n"));
     QCOMPARE(ncDouble(kSyncVar), 2.0);
     QVERIFY(m_log.flushed() && !m_log.text().contains(QRegularExpression("Decrement sync var failed. ReqFile=S[12]")));
-
     // What the NC refuses fails the request and leaves the sync variable.
     m_machine->fail("write", kTmrVar.arg(26), 0x80320004);
     QCOMPARE(process("3 7 0 25 1.5", "F1.req"), kFailed);
@@ -352,7 +348,6 @@ void TestSiemensInteractive::syncVariableAndNcRefusals()
     QCOMPARE(process("4 7 0 25 F2.RES", "F2.req"), kFailed);
     QVERIFY(m_log.has("Read variable failed. ReqFile=F2.req, ErrInfo=Cannot read TMR_VAR[25]\n"));
     QVERIFY(!QFile::exists(reqDir() + "/F2.RES"));
-
     // No undo: X written before Y failed stays, Z is never reached.
     setMap("123000");
     m_machine->fail("write", "/Channel/UserFrame/linShiftFine[u1,8]", 0x80320004);
@@ -366,7 +361,6 @@ void TestSiemensInteractive::syncVariableAndNcRefusals()
     QCOMPARE(process("1 7 0 G54 0 0 # # # # # 1 0", "F4.req"), kFailed);
     QVERIFY(m_log.has("Update work offset failed. ReqFile=F4.req, GCode=G54, IsRot=0, X=1, "
                       "ErrInfo=Cannot GetNumMachAxes or Num<=2\n"));
-
     // A written length stays when the radius then fails.
     m_machine->fail("write", "/Tool/Compensation/edgeData[u1,c8,15]", 0x80320004);
     QCOMPARE(process("2 7 0 8 0 0 2 1", "F5.req"), kFailed);
@@ -391,20 +385,17 @@ void TestSiemensInteractive::whatEachModeLooksAt()
              QStringList({"A.req.bak", "B.txt", "NOSUFFIX", "UP.REC", "x.req"}));
     QVERIFY(QFile::exists(targetReqDir() + "/x.req/IN.req"));
     QCOMPARE(ncDouble(kTmrVar.arg(3)), 0.0);
-
     // A request that cannot be brought over fails with the reason.
     m_machine->fail("copy", "*/M.req", 0x81501005, 1);
     QCOMPARE(process("3 7 0 2 1", "M.req"), kFailed);
     QVERIFY(m_log.has(
         QStringLiteral("Parse req file failed. ReqFile=M.req, ErrInfo=Cannot copy req file to %1/M.req (0x81501005)\n").arg(applDir())));
-
     // The target folder mode never looks at what is announced.
     const QString announced = netReqDir() + "/ANN.req";
     NcMachine::writeFile(announced, "3 7 0 2 1");
     m_processor->ReceivedReqFile(announced);
     QCOMPARE(process("3 7 0 5 1", "LAST.req"), kRemoved);
     QVERIFY(QFile::exists(announced));
-
     // The net server mode never lists: only what is announced is done, an empty announcement is passed over, and a
     // file gone by then fails.
     makeProcessor(true);
@@ -418,7 +409,6 @@ void TestSiemensInteractive::whatEachModeLooksAt()
     QVERIFY(QFile::exists(netReqDir() + "/HAND.req"));
     QCOMPARE(ncDouble(kTmrVar.arg(3)), 0.0);
     QCOMPARE(ncDouble(kTmrVar.arg(7)), 1.0);
-
     // A file service that cannot list costs a line per pass.
     m_machine->fail("init", "*", 0x81501005);
     makeProcessor(false);
@@ -435,7 +425,6 @@ void TestSiemensInteractive::slicesOfHalfASecond()
     // Each request takes 300 ms at the NC: a slice ends after the second.
     m_machine->nc->faults().add({QStringLiteral("write"), QStringLiteral("/NC/_N_NC_GD3_ACX/TMR_VAR"), 0, 300, -1});
     setNc(kSyncVar, QStringLiteral("10"));
-
     // Names against the age, so that the order is the files' age (target folder) or their arrival (net server),
     // never their names.
     const QStringList names = {"E.req", "D.req", "C.req", "B.req", "A.req"};

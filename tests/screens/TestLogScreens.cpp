@@ -75,7 +75,6 @@ void TestLogScreens::browserListsLazilyAndFollowsTheStick()
     QVERIFY(QDir().mkpath(m.Path("usb/FRONT/EXPORT/B")) && m.Tree("collapse", "USB_FRONT/EXPORT")
             && m.Tree("expand", "USB_FRONT/EXPORT"));
     WAIT_COMPARE(m.Read("fileTree"), QStringLiteral("USB_FRONT\n  EXPORT\n    A"));
-
     // The live log is ticked by default, so a folder of a mounted stick is all the OK key waits for; the stick's
     // going takes it away again.
     QVERIFY(m.Tree("select", "USB_FRONT/EXPORT/A"));
@@ -86,7 +85,6 @@ void TestLogScreens::browserListsLazilyAndFollowsTheStick()
     WAIT_COMPARE(m.Read("fileTree"), QStringLiteral("USB_FRONT\n  EXPORT"));
     QVERIFY(m.Tree("activate", "USB_FRONT/EXPORT"));
     WAIT_COMPARE(m.Read("fileTree"), QStringLiteral("USB_FRONT\n  EXPORT\n    A\n    B"));
-
     // Cancel returns nothing, and the log screen's text stays.
     QVERIFY(m.Open("doCancel", "screenLog"));
     QCOMPARE(m.Status(), QStringLiteral("Refresh log succeeded"));
@@ -126,7 +124,6 @@ void TestLogScreens::exportToStickCopiesWholeFilesOrSaysWhy()
         QVERIFY(m.Open("doOK", "screenLog"));
         QCOMPARE(m.Status(), status);
         QVERIFY(m.Ok({"nc", "fault", "clear"}));
-
         // A file is there whole, or not at all, and the log says which.
         WAIT_COMPARE(m.Log().count(status), logged + 1);
         QCOMPARE(m.Log().count(liveFailed), liveFailures + (c.fault ? 1 : 0));
@@ -158,7 +155,6 @@ void TestLogScreens::exportToNetReachesTheWatchingClient()
     WAIT_VERIFY(m.KeyEnabled(8));
     const QString peer = m.Read("gridZynClients").section(QLatin1Char('\t'), 1, 1);
     QVERIFY(m.Ok({"hmi", "key", "doOK"}));
-
     // The library's reports come back onto the log screen.
     QTRY_COMPARE_WITH_TIMEOUT(m.Status(), QStringLiteral("Export %1 to %2 succeeded").arg(m_archiveName, peer), 20000);
     WAIT_VERIFY(m.Log().contains(QStringLiteral("Export SiemensHarvel.log to %1 succeeded").arg(peer)));

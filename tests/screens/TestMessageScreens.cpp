@@ -124,7 +124,6 @@ void TestMessageScreens::textsAndASecondMessageOverTheFirst()
     QCOMPARE(m.Read("labelInputName"), QStringLiteral("Depth:"));
     // The identifier does not fit the screen's int; what the conversion leaves is shown.
     QCOMPARE(m.Status(), QStringLiteral("ID: 0"));
-
     // A second message goes on top; once it is answered, the first stands again as it was, and still holds the area.
     std::unique_ptr<QProcess> second =
         StartMessage({"--type", "1", "--style", "0", "--text", "Second", "--input-name", "Code", "--id", "2"});
@@ -140,7 +139,6 @@ void TestMessageScreens::textsAndASecondMessageOverTheFirst()
     QCOMPARE(Hmi({"type", "a b = c: ä"}).code, 0);
     Answer(first.get(), "doNo", QStringLiteral("button=7\ninput=a b = c: ä\n"));
     QCOMPARE(m.State().value("modal").toInt(), 0);
-
     // Out of range: refused by the net server, the screen stays as it was.
     first = StartMessage({"--type", "2", "--style", "6", "--text", "Out of range"});
     QVERIFY(first->waitForFinished(60000));

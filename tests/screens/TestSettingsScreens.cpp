@@ -51,17 +51,14 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     QTRY_COMPARE_WITH_TIMEOUT(m.Status(), QStringLiteral("Read settings succeeded"), 20000);
     QVERIFY(!m.KeyEnabled(2));
     QCOMPARE(m.Read("ZYN Net Server Port"), Port());
-
     // The browse key follows the focus: dark on the port, lit on a folder.
     QVERIFY(m.Hmi({"focus", "ZYN Net Server Port"}) && !m.KeyEnabled(3));
     QVERIFY(m.Hmi({"focus", "TMR Macro Folder"}) && m.KeyEnabled(3));
-
     // Typing and taking it back leaves nothing to save; a new port does.
     const QString newPort = FreePort();
     QVERIFY(m.Fill("ZYN Net Server Port", Port() + "9") && m.KeyEnabled(2));
     QVERIFY(m.Fill("ZYN Net Server Port", Port()) && !m.KeyEnabled(2));
     QVERIFY(m.Fill("ZYN Net Server Port", newPort) && m.KeyEnabled(2));
-
     // Without the net server the target is needed and the net rows are not.
     QVERIFY(m.Hmi({"check", "ZYN Net Server Enable", "off"}));
     const QString widgets = m.Ctl({"hmi", "widgets"}).out;
@@ -69,7 +66,6 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
              qPrintable(widgets));
     QVERIFY(m.Fill("Target Path", "//127.0.0.1/telmor/cell2/") && m.Hmi({"check", "ZYN Net Server Enable", "on"}));
     QVERIFY(m.Hmi({"check", "radioCoarse", "on"}));
-
     // Cancelled query and cancelled map: the file stays as it was, and the edits stay on the form, not read again over.
     const QByteArray before = FileBytes(Ini());
     QVERIFY(m.Hmi({"key", "saveSettings"}) && Answer("doCancel"));
@@ -77,7 +73,6 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     QCOMPARE(m.Caption(), QStringLiteral("Map Work Offset Axes"));
     QVERIFY(m.Open("doCancel", "screenSettings"));
     QCOMPARE(FileBytes(Ini()), before);
-
     // The file browser on the focused folder: a cancel leaves the text, a folder picked goes into the field, not
     // yet into the file.
     QVERIFY(m.Hmi({"focus", "TMR Program Folder"}) && m.Open("showFileBrowser", "screenFileBrowser"));
@@ -88,7 +83,6 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     QVERIFY(m.Tree("expand", "NC Data") && m.Tree("select", "NC Data/SPF.DIR") && m.Open("doOK", "screenSettings"));
     QCOMPARE(m.Read("TMR Program Folder"), QStringLiteral("//NC/SPF.DIR"));
     QCOMPARE(FileBytes(Ini()), before);
-
     // The map X Y Z to machine axes 1 2 3, saved at once with the rest.
     QVERIFY(m.Open("mapWofsAxes", "screenWofsMap"));
     for (const char* axis : {"X", "Y", "Z"})
@@ -102,7 +96,6 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
                           Setting("target")}),
              QStringList({"1-2-3-0-0-0", newPort, "COARSE", "//NC/SPF.DIR", "//127.0.0.1/telmor/cell2"}));
     QCOMPARE(m.Read("editTargetPath"), QStringLiteral("//127.0.0.1/telmor/cell2"));
-
     // An empty folder is refused and the file untouched.
     const QByteArray saved = FileBytes(Ini());
     QVERIFY(m.Fill("TMR Macro Folder", " ") && m.Hmi({"key", "saveSettings"}) && Answer("doOK"));
@@ -110,7 +103,6 @@ void TestSettingsScreens::settingsFollowedByFileAndPlugin()
     QCOMPARE(FileBytes(Ini()), saved);
     QVERIFY(m.Hmi({"key", "readSettings"}));
     QCOMPARE(m.Read("TMR Macro Folder"), QStringLiteral("//NC/SPF.DIR"));
-
     // The running plug-in takes the map at once: a coarse shift of G54 (frame 1, rows 7 to 12 of six machine axes)
     // for X Y Z and A B C changes the rows of X Y Z and nothing else. The net server is still on its old port.
     const QString frame = QStringLiteral("/Channel/UserFrame/linShift[u1,%1]");
@@ -138,7 +130,6 @@ void TestSettingsScreens::axesMapKeepsWhatItCannotShow()
     const QByteArray before = FileBytes(Ini());
     QVERIFY(m.Open("doOK", "screenSettings"));
     QCOMPARE(FileBytes(Ini()), before);
-
     // The default map goes by name (the spindle SP1 is nobody's B) and is gone with a cancel; the next showing
     // starts from the stored map.
     QVERIFY(m.Open("mapWofsAxes", "screenWofsMap") && m.Hmi({"key", "mapDefault"}));
@@ -148,7 +139,6 @@ void TestSettingsScreens::axesMapKeepsWhatItCannotShow()
     QCOMPARE(FileBytes(Ini()), before);
     QVERIFY(m.Open("mapWofsAxes", "screenWofsMap"));
     QCOMPARE(m.Rows("gridWofsMap"), filled);
-
     // Choosing no axis writes 0; the untouched 9 is kept.
     QVERIFY(m.Hmi({"cell", "gridWofsMap", "0", "3", "--choose", QString()}) && m.Hmi({"key", "doOK"}) && Answer("doOK"));
     QCOMPARE(Setting("wofsaxes"), QStringLiteral("0-9-0-0-0-0"));
@@ -161,7 +151,6 @@ void TestSettingsScreens::ugudActivationEveryOutcome()
     QFile file(ugud);
     const QByteArray old("%_N_UGUD_DEF\nDEF NCK REAL GAUGE_LEN[3]\nDEF NCK INT TMR_FILE\n");
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write(old) == old.size() && file.flush() && m.Show(2, "screenSettings"));
-
     // The nc fault's arguments before it (empty for none), the key on "Do you want to activate UGUD?", and the status.
     const struct { const char *fault, *answer, *status; } outcomes[] = {
         {"", "doCancel", "Read settings succeeded"},
@@ -200,7 +189,6 @@ void TestSettingsScreens::ugudActivationEveryOutcome()
              merged.constData());
     QCOMPARE(m.Get("/NC/_N_NC_GD3_ACX/GAUGE_LEN[1]"), QStringLiteral("0"));
     QCOMPARE(Nc({"get", "/NC/_N_NC_GD3_ACX/TMR_FINDSPHERE[7]"}).code, 0);
-
     // A read failure leaves the grid empty and OK dark; Cancel still leaves.
     QCOMPARE(Nc({"fault", "exist", "//NC/DEF.DIR/UGUD.DEF", "--code", "0x81501005"}).code, 0);
     QVERIFY(m.Open("activateUGUD", "screenUGUD"));

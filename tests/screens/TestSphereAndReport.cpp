@@ -55,7 +55,6 @@ void TestSphereAndReport::sphereRunAndEveryStateOfTheStateWord()
 {
     QVERIFY(Set(kSphere.arg(4), "0") && m.Show(4, "screenFindSphereCenter") && !m.KeyEnabled(1));
     QCOMPARE(m.Caption(), QStringLiteral("NC Harvel - Find Sphere Center"));
-
     // The run key follows the inputs: radii above 0 with a point, a work offset of G54 to G57 or G500 to G599.
     const QList<QStringList> inputs{{"12.5", "0", "G54", "off"},   {"12.5", "-1", "G54", "off"},
                                     {"1,5", "1.5", "G54", "off"},  {"12.5", "1.5", "G58", "off"},
@@ -68,7 +67,6 @@ void TestSphereAndReport::sphereRunAndEveryStateOfTheStateWord()
     // Nor without a program; coming back reloads the template from disk.
     QVERIFY(m.Fill("Program", QString()) && !m.KeyEnabled(1));
     QVERIFY(m.Show(8, "screenTest") && m.Show(4, "screenFindSphereCenter") && m.KeyEnabled(1));
-
     // An edit survives a declined query and is what is saved and run.
     const QString templ = m.Appl("prg/find_sphere_center.mpf");
     const QByteArray original = FileBytes(templ);
@@ -84,7 +82,6 @@ void TestSphereAndReport::sphereRunAndEveryStateOfTheStateWord()
     QCOMPARE(FileBytes(m.Path("nc/WKS.DIR/TELMOR.WPD/find_sphere_center.mpf")), FileBytes(templ));
     QVERIFY(m.Ctl({"nc", "program"}).out.contains("selected=//NC/WKS.DIR/TELMOR.WPD/find_sphere_center.mpf"));
     QCOMPARE(m.Get(kSphere.arg(1)) + ' ' + m.Get(kSphere.arg(2)) + ' ' + m.Get(kSphere.arg(3)), QStringLiteral("12.5 1.5 2"));
-
     // The program runs: 1 shows on the screen without bringing it up, 2 brings the centre to the front, the
     // monitor's own 0 is swallowed.
     QVERIFY(SetState(1) && Set(kSphere.arg(5), "10.25") && Set(kSphere.arg(6), "-3.5") && Set(kSphere.arg(7), "42.125"));
@@ -97,13 +94,11 @@ void TestSphereAndReport::sphereRunAndEveryStateOfTheStateWord()
     QCOMPARE(m.Read("Sphere Center X") + ' ' + m.Read("Sphere Center Y") + ' ' + m.Read("Sphere Center Z") + ' '
                  + QString::number(m.KeyEnabled(1)), QStringLiteral("10.25 -3.5 42.125 1"));
     QTRY_COMPARE_WITH_TIMEOUT(m.Log().count("Execute findspherecenter program succeeded\n"), 1, 5000);
-
     // Any other state is shown as it is, with the centre gone; the key stays off while the program runs.
     QVERIFY(SetState(1));
     QTRY_COMPARE_WITH_TIMEOUT(m.Status(), QStringLiteral("The program is executing"), 20000);
     QVERIFY(m.Read("Sphere Center X").isEmpty() && !m.KeyEnabled(1) && SetState(3));
     QTRY_COMPARE_WITH_TIMEOUT(m.Status(), QString(), 20000);
-
     // A failed reset of the state word: the screen hears nothing, and the later change away from 2 is swallowed as
     // the 0 would have been.
     QVERIFY(m.Ok({"nc", "fault", "write", "/NC/_N_NC_GD3_ACX/TMR_FINDSPHERE", "--code", "0x80320005", "--times", "1"}) && SetState(2));
@@ -116,7 +111,6 @@ void TestSphereAndReport::sphereRunAndEveryStateOfTheStateWord()
     QTRY_VERIFY_WITH_TIMEOUT(m.Log().contains("Get findspherecenter result failed. ErrCode=-78\n"), 20000);
     QTest::qWait(400);
     QVERIFY(m.Get(kSphere.arg(4)) == "2" && m.Status().isEmpty() && SetState(0));
-
     // The channel holds the selected sphere program, interrupted. Without a sphere radius the program, where the
     // NC runs it, stops at once at its input check, without reporting.
     QVERIFY(Set(kSphere.arg(1), "0") && m.Ok({"nc", "program", "start"}));
@@ -135,7 +129,6 @@ void TestSphereAndReport::uploadedReportsInTheViewer()
     const QString first = m_files.filePath("Probing_Report_A.pdf"), second = m_files.filePath("Probing_Report_B.PDF");
     WritePdf(first, 2);
     WritePdf(second, 1);
-
     // Arriving while another screen is shown, it is fitted when it comes up.
     QVERIFY(m.Show(4, "screenFindSphereCenter"));
     QCOMPARE(RunClient(m.server, {"upload", "--type", "report", first}).exitCode, 0);
@@ -149,7 +142,6 @@ void TestSphereAndReport::uploadedReportsInTheViewer()
     const double fit = ViewerZoom();
     QVERIFY(m.KeyEnabled(3) && m.Hmi({"key", "resetSize"}));
     QTRY_COMPARE_WITH_TIMEOUT(ViewerZoom(), fit, 5000);
-
     // Each zoom key steps until it has passed its limit once.
     for (const int key : {1, 2}) {
         double zoom = fit, before = fit;
@@ -166,7 +158,6 @@ void TestSphereAndReport::uploadedReportsInTheViewer()
         QTRY_COMPARE_WITH_TIMEOUT(ViewerZoom(), fit, 5000);
         QVERIFY(m.KeyEnabled(1) && m.KeyEnabled(2));
     }
-
     // A second report replaces the first, on the screen and in the folder.
     QCOMPARE(RunClient(m.server, {"upload", "--type", "report", second}).exitCode, 0);
     QTRY_COMPARE_WITH_TIMEOUT(m.Caption(), QStringLiteral("Probing_Report_B"), 20000);

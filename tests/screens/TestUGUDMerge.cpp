@@ -80,7 +80,6 @@ void TestUGUDMerge::merge()
         required << QStringLiteral("0:%1:+:%2").arg(i + 1).arg(kRequired.at(i));
     QCOMPARE(head, required);
     QCOMPARE(tail, rows);
-
     // Merging the result again gives the same text: a file is merged once however often the screen is used.
     const QString text = NewText(lines);
     QStringList newLines = text.split(QLatin1Char('\n'));
