@@ -1,10 +1,8 @@
 #pragma once
 
-// A virtual machine with the plug-in installed by the install script and
-// started by the operator interface hosted in the test, for following
-// measurement results from the NC program's side: the result file written
-// into the NC's file system, TMR_FILE raised, and the journal looked for
-// where the plug-in must leave it.
+// A virtual machine with the plug-in installed by the install script and started by the operator interface hosted
+// in the test, for following measurement results from the NC program's side: the result file written into the NC's
+// file system, TMR_FILE raised, and the journal looked for where the plug-in must leave it.
 
 #include "HmiHost.h"
 #include "NetLinkFixture.h"
@@ -25,13 +23,8 @@ class ResultHandoverFixture
 public:
     static constexpr const char* kTmrFile = "/NC/_N_NC_GD3_ACX/TMR_FILE";
 
-    static QString BinaryDir() { return QString::fromLocal8Bit(qgetenv("HARVEL_BINARY_DIR")); }
-
     // netServer: an ADDRESS:PORT for the net server, or empty for none.
-    bool Install(const QString& netServer)
-    {
-        return m_machine.isValid() && NetLinkFixture::InstallPlugin(m_machine.path(), netServer);
-    }
+    bool Install(const QString& netServer) { return m_machine.isValid() && NetLinkFixture::InstallPlugin(m_machine.path(), netServer); }
     QStringList Start()
     {
         m_host.reset(new HmiHost);
@@ -44,7 +37,6 @@ public:
         m_host.reset();
     }
 
-    QString MachineDir() const { return m_machine.path(); }
     QString ApplDir() const { return QFileInfo(m_machine.path() + "/card/oem/sinumerik/hmi/NorvaneZYN/appl").canonicalFilePath(); }
     // The default result file //NC/WKS.DIR/TELMOR.WPD/RESULT.MPF.
     QString ResultFile() const { return m_machine.path() + "/nc/WKS.DIR/TELMOR.WPD/RESULT.MPF"; }
@@ -61,18 +53,15 @@ public:
         return Nc({"fault", op, pattern, "--code", code, "--times", "1"}).code == 0;
     }
 
-    // What an NC program does once its last result has been taken: lets
-    // the 0 go round the hotlink (a 1 written before that would not be seen
-    // as a change), writes the file and raises the flag. It also waits for
-    // the next second: the journal is named to the second, and a second
-    // result within it replaces the one before by design.
+    // What an NC program does once its last result has been taken: lets the 0 go round the hotlink (a 1 written
+    // before that would not be seen as a change), writes the file and raises the flag. It also waits for the next
+    // second: the journal is named to the second, and a second result within it replaces the one before by design.
     bool Deliver(const QByteArray& content)
     {
-        const int period = m_host->nc()->updatePeriodMs();
         const QString taken = Second();
         QElapsedTimer settle;
         settle.start();
-        while (settle.elapsed() < 2 * period || Second() == taken)
+        while (settle.elapsed() < 2 * m_host->nc()->updatePeriodMs() || Second() == taken)
             QTest::qWait(10);
         // qWait ends in a sleep: on a starved machine the loop can end with
         // the hotlink's turn due but not yet run, and a 1 written before it
@@ -85,8 +74,7 @@ public:
     QString LastJournal() const
     {
         QString last;
-        auto it = QRegularExpression("Handle TMR result file succeeded\\. ResultFile=(\\S+\\.cna)\n").globalMatch(Log());
-        while (it.hasNext())
+        for (auto it = QRegularExpression("Handle TMR result file succeeded\\. ResultFile=(\\S+\\.cna)\n").globalMatch(Log()); it.hasNext();)
             last = it.next().captured(1);
         return last;
     }
@@ -113,7 +101,7 @@ public:
     {
         client.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         client.setStandardOutputFile(QProcess::nullDevice());
-        client.start(BinaryDir() + "/bin/harvel-client", {"--server", server, "watch", "--journals", dir});
+        client.start(NetLinkFixture::BinaryDir() + "/bin/harvel-client", {"--server", server, "watch", "--journals", dir});
     }
 
 private:
