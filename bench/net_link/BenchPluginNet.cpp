@@ -63,6 +63,7 @@ double Median(std::vector<double> values)
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    HmiHost::prepareApplication(); // as harvel-hmi
     QApplication app(argc, argv);
     const bool quick = qgetenv("HARVEL_BENCH_QUICK") == "1";
     const int calls = quick ? 2000 : 20000;
