@@ -13,6 +13,15 @@
 #include <QDir>
 #include <QTimer>
 
+void HmiHost::prepareApplication()
+{
+    // Qt's own loop instead of GLib's: every net request is handed to this
+    // thread and waited for, and GLib's loop costs more per wake-up (more
+    // sources checked, more locking). A value set by the user is kept.
+    if (!qEnvironmentVariableIsSet("QT_NO_GLIB"))
+        qputenv("QT_NO_GLIB", "1");
+}
+
 HmiHost::HmiHost(QObject* parent) : QObject(parent) {}
 
 HmiHost::~HmiHost()

@@ -23,6 +23,9 @@ public:
     explicit HmiHost(QObject* parent = nullptr);
     ~HmiHost() override;
 
+    // Chooses the main thread's event loop; call before QApplication.
+    static void prepareApplication();
+
     // Starts everything that can start and shows the window; the messages
     // of what failed, each complete, for the caller to report.
     QStringList start(const QString& machineDir);

@@ -43,6 +43,7 @@ int main(int argc, char** argv)
     // Must be set before QApplication picks its platform.
     if (headless)
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    HmiHost::prepareApplication();
     QApplication app(argc, argv);
     QTextStream err(stderr);
     if (machine.isEmpty())
