@@ -1,8 +1,8 @@
 #pragma once
 
-// What the screen tests share: a machine folder with the plug-in installed
-// by the install script, harvel-hmi running on it as a process of its own
-// (a query holds its main thread), worked through the control socket.
+// What the tests of harvel-hmi as a process share: a machine folder with the
+// plug-in installed by the install script, harvel-hmi running on it (a query
+// holds its main thread), worked through the control socket.
 
 #include "CtlClient.h"
 #include "NetLinkFixture.h"

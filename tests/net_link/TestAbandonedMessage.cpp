@@ -23,12 +23,6 @@ private slots:
         QVERIFY(m.Install() && m.Start());
         QTRY_VERIFY_WITH_TIMEOUT(m.Log().contains("Start ZYN Net Server succeeded"), 30000);
     }
-    void cleanupTestCase()
-    {
-        if (m.hmi.state() == QProcess::Running)
-            m.hmi.kill();
-        m.hmi.waitForFinished(20000);
-    }
     void theSenderGoes_data();
     void theSenderGoes();
     void closesPromptlyWithAMessageStanding();

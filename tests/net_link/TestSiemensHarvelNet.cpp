@@ -27,8 +27,27 @@ class TestSiemensHarvelNet : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void cleanupTestCase();
+    void initTestCase()
+    {
+        // "::" serves IPv4 and IPv6 clients alike; port 0 lets the library
+        // take a free one.
+        QVERIFY(InstallPlugin(m_machine.path(), ":::0"));
+        QSettings(m_machine.path() + "/card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI", QSettings::IniFormat)
+            .setValue("TMRNC/wofsaxes", "123000");
+        m_host.reset(new HmiHost);
+        const QStringList problems = m_host->start(m_machine.path());
+        QVERIFY2(problems.isEmpty(), qPrintable(problems.join('\n')));
+        const quint16 port = ServerPort(QFileInfo(ApplDir()).canonicalFilePath());
+        QVERIFY2(port != 0, qPrintable(Log()));
+        m_v4 = QStringLiteral("127.0.0.1:%1").arg(port);
+        QTRY_VERIFY_WITH_TIMEOUT(Log().contains("Start ZYN Net Server succeeded. Address=:::0"), 20000);
+    }
+    void cleanupTestCase()
+    {
+        if (m_host)
+            m_host->shutdown();
+        m_host.reset();
+    }
 
     void machineCallsReachTheNc();
     void requestFilesFromTheMeasurementApplication();
@@ -45,29 +64,6 @@ private:
     QScopedPointer<HmiHost> m_host;
     QString m_v4;
 };
-
-void TestSiemensHarvelNet::initTestCase()
-{
-    // "::" serves IPv4 and IPv6 clients alike; port 0 lets the library
-    // take a free one.
-    QVERIFY(InstallPlugin(m_machine.path(), ":::0"));
-    QSettings(m_machine.path() + "/card/oem/sinumerik/hmi/NorvaneZYN/cfg/TMRNC.INI", QSettings::IniFormat)
-        .setValue("TMRNC/wofsaxes", "123000");
-    m_host.reset(new HmiHost);
-    const QStringList problems = m_host->start(m_machine.path());
-    QVERIFY2(problems.isEmpty(), qPrintable(problems.join('\n')));
-    const quint16 port = ServerPort(QFileInfo(ApplDir()).canonicalFilePath());
-    QVERIFY2(port != 0, qPrintable(Log()));
-    m_v4 = QStringLiteral("127.0.0.1:%1").arg(port);
-    QTRY_VERIFY_WITH_TIMEOUT(Log().contains("Start ZYN Net Server succeeded. Address=:::0"), 20000);
-}
-
-void TestSiemensHarvelNet::cleanupTestCase()
-{
-    if (m_host)
-        m_host->shutdown();
-    m_host.reset();
-}
 
 void TestSiemensHarvelNet::machineCallsReachTheNc()
 {

@@ -56,8 +56,23 @@ class TestZynNetLink : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void cleanupTestCase();
+    void initTestCase()
+    {
+        m_applDir = m_dir.path() + "/appl";
+        QVERIFY(QDir().mkpath(m_applDir + "/logs"));
+        CLogger::Initialize(m_applDir + "/logs/SiemensHarvel.log", 10);
+        QVERIFY(InstallNetServer(m_applDir));
+        QVERIFY(m_receiver.Connect(&Bridge::m_instance));
+    }
+    void cleanupTestCase()
+    {
+        Host::Stop();
+        m_receiver.Disconnect(&Bridge::m_instance);
+        // The logger's pool thread ends here, not in a race with the exit of
+        // the process, where the leak checker would count its thread data.
+        CLogger::UnInitialize();
+        QThreadPool::globalInstance()->waitForDone();
+    }
 
     void peerStrings_data();
     void peerStrings();
@@ -113,25 +128,6 @@ private:
     int m_lastMarkLine = 0;
     NetReceiver m_receiver;
 };
-
-void TestZynNetLink::initTestCase()
-{
-    m_applDir = m_dir.path() + "/appl";
-    QVERIFY(QDir().mkpath(m_applDir + "/logs"));
-    CLogger::Initialize(m_applDir + "/logs/SiemensHarvel.log", 10);
-    QVERIFY(InstallNetServer(m_applDir));
-    QVERIFY(m_receiver.Connect(&Bridge::m_instance));
-}
-
-void TestZynNetLink::cleanupTestCase()
-{
-    Host::Stop();
-    m_receiver.Disconnect(&Bridge::m_instance);
-    // The logger's pool thread ends here, not in a race with the exit of the
-    // process, where the leak checker would count its thread data.
-    CLogger::UnInitialize();
-    QThreadPool::globalInstance()->waitForDone();
-}
 
 void TestZynNetLink::peerStrings_data()
 {

@@ -55,11 +55,11 @@ struct Client
                     w.error_message() + rd.error_message() + written.err_info() + values.err_info()));
                 return;
             }
-            for (int k = 0; k < kValues && error.isEmpty(); ++k)
-                if (values.values(k) != id * 1000 + r + k * 0.125)
+            for (int k = 0; k < kValues; ++k)
+                if (values.values(k) != id * 1000 + r + k * 0.125) {
                     error = QStringLiteral("round %1: R%2 is %3").arg(r).arg(id * 9 + k).arg(values.values(k));
-            if (!error.isEmpty())
-                return;
+                    return;
+                }
             rounds = r + 1;
         }
     }

@@ -113,7 +113,6 @@ int main(int argc, char** argv)
         qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number(qMax(300000, Results() * 1500 + 120000)));
     QApplication app(argc, argv);
     TestResultSoak test;
-    QTEST_SET_MAIN_SOURCE_PATH
     return QTest::qExec(&test, argc, argv);
 }
 #include "TestResultSoak.moc"
