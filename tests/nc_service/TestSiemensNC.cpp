@@ -43,11 +43,7 @@ private slots:
 
 private:
     QString applDir() const { return m_dir.path() + "/m/card/oem/sinumerik/hmi/NorvaneZYN/appl"; }
-    void nc(const QStringList& args)
-    {
-        const CtlResult result = m_nc->control(args);
-        QVERIFY2(result.code == 0, qPrintable(args.join(' ') + ": " + result.err));
-    }
+    void nc(const QStringList& args) { QVERIFY2(m_nc->control(args).code == 0, qPrintable(args.join(' '))); }
     void fault(const QString& op, const QString& pattern, const QString& code = "0x80320002")
     {
         nc({"fault", op, pattern, "--code", code});
@@ -105,26 +101,20 @@ void TestSiemensNC::rVariablesSkipPositionAndPrograms()
     QCOMPARE(m_nc->control({"get", "/Channel/Parameter/r[u1,297,#3]"}).out.trimmed(), QStringLiteral("1.5\n-2\n300.125"));
     nc({"set", "/Channel/Parameter/r[u1,0]", "0.25"});
     QList<double> values;
-    QVERIFY(service.ProcessReadRVar(0, 1, values, errInfo));
-    QCOMPARE(values, QList<double>{0.25});
-    QCOMPARE(errInfo, kUntouched);
+    QVERIFY(service.ProcessReadRVar(0, 1, values, errInfo) && values == QList<double>{0.25} && errInfo == kUntouched);
     // The count is asked anew each time: a machine with fewer R parameters
     // refuses what it accepted before.
     nc({"set", "/Channel/Configuration/numRParams[u1,1]", "100"});
     QVERIFY(!service.ProcessReadRVar(297, 3, values, errInfo));
     QCOMPARE(errInfo, QStringLiteral("Address out of range [0, 99]"));
 
-    QVERIFY(!service.ProcessSelectProgram("//NC/WKS.DIR/TELMOR.WPD/MISSING.MPF", errInfo));
-    QCOMPARE(errInfo, QStringLiteral("Program does not exist"));
     // A service that cannot tell has not found it, whatever its code.
     fault("exist", "//NC/MPF.DIR/MAIN.MPF", "0x81501005");
-    errInfo.clear();
     QVERIFY(!service.ProcessSelectProgram("//NC/MPF.DIR/MAIN.MPF", errInfo));
     QCOMPARE(errInfo, QStringLiteral("Program does not exist"));
     nc({"fault", "clear"});
     errInfo = kUntouched;
-    QVERIFY(service.ProcessSelectProgram("//NC/MPF.DIR/MAIN.MPF", errInfo));
-    QCOMPARE(errInfo, kUntouched);
+    QVERIFY(service.ProcessSelectProgram("//NC/MPF.DIR/MAIN.MPF", errInfo) && errInfo == kUntouched);
     QCOMPARE(m_nc->selectedProgram(), QStringLiteral("//NC/MPF.DIR/MAIN.MPF"));
     // While the selected program runs, the channel takes no other.
     QVERIFY(QFile::copy(m_nc->machineDir() + "/nc/MPF.DIR/MAIN.MPF", m_nc->machineDir() + "/nc/MPF.DIR/OTHER.MPF"));
@@ -137,9 +127,8 @@ void TestSiemensNC::rVariablesSkipPositionAndPrograms()
     fault("*", "*");
     double v[6] = {1, 2, 3, 4, 5, 6};
     errInfo = kUntouched;
-    QVERIFY(service.ProcessGetSkipPosition(v[0], v[1], v[2], v[3], v[4], v[5], errInfo));
+    QVERIFY(service.ProcessGetSkipPosition(v[0], v[1], v[2], v[3], v[4], v[5], errInfo) && errInfo == kUntouched);
     QCOMPARE(QVector<double>(v, v + 6), QVector<double>(6, 0.0));
-    QCOMPARE(errInfo, kUntouched);
 }
 
 void TestSiemensNC::machineConfiguration_data()
@@ -168,11 +157,9 @@ void TestSiemensNC::machineConfiguration()
         fault("read", address);
     CSiemensNC service(withVersionFile ? applDir() : m_dir.path() + "/appl", nullptr);
     QCOMPARE(service.Initialize(), 0);
-    QString content;
-    QString errInfo = kUntouched;
-    QVERIFY(service.ProcessGetMachineConfiguration(content, errInfo));
+    QString content, errInfo = kUntouched;
+    QVERIFY(service.ProcessGetMachineConfiguration(content, errInfo) && errInfo == kUntouched);
     QCOMPARE(content, document);
-    QCOMPARE(errInfo, kUntouched);
     // The definition of the start is answered, without the NC: a changed or
     // unreachable NC gives the same text.
     nc({"set", "/Nck/Configuration/nckType[1]", "16000"});
@@ -186,11 +173,9 @@ void TestSiemensNC::calibrationResultIsReadAtEachRequest()
 {
     CSiemensNC service(applDir(), nullptr);
     QCOMPARE(service.Initialize(), 0);
-    QString content;
-    QString errInfo = kUntouched;
-    QVERIFY(service.ProcessGetCalibrationResult(content, errInfo));
+    QString content, errInfo = kUntouched;
+    QVERIFY(service.ProcessGetCalibrationResult(content, errInfo) && errInfo == kUntouched);
     QCOMPARE(content, rotabs("<X>0</X><Y>0</Y><Z>185.5</Z>", "<X>12.5</X><Y>-3.25</Y><Z>285.5</Z>"));
-    QCOMPARE(errInfo, kUntouched);
     // A new calibration shows at once, in six significant digits; without
     // the joint offset the part lies where the base does.
     nc({"set", "/NC/_N_CH_TEA_ACX/$MC_TRAFO5_BASE_TOOL_1[U1,1,#3]", "123456.789,0.5,-1"});

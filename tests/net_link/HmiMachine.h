@@ -1,8 +1,8 @@
 #pragma once
 
-// What the screen tests share: a machine folder with the plug-in installed
-// by the install script, harvel-hmi running on it as a process of its own
-// (a query holds its main thread), worked through the control socket.
+// What the tests of harvel-hmi as a process share: a machine folder with the
+// plug-in installed by the install script, harvel-hmi running on it (a query
+// holds its main thread), worked through the control socket.
 
 #include "CtlClient.h"
 #include "NetLinkFixture.h"
@@ -22,7 +22,6 @@ inline QByteArray FileBytes(const QString& path)
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
 }
-
 // A port that was free a moment ago.
 inline QString FreePort()
 {
@@ -40,14 +39,12 @@ struct HmiMachine
     // choice is told only to the process that loaded it).
     bool Install(bool withNet = true)
     {
-        if (withNet)
-            server = QStringLiteral("127.0.0.1:") + FreePort();
+        server = withNet ? "127.0.0.1:" + FreePort() : QString();
         return dir.isValid() && InstallPlugin(dir.path(), server);
     }
     bool Start()
     {
-        hmi.start(BinaryDir() + QStringLiteral("/bin/harvel-hmi"),
-                  {QStringLiteral("--machine"), dir.path(), QStringLiteral("--headless")});
+        hmi.start(BinaryDir() + "/bin/harvel-hmi", {"--machine", dir.path(), "--headless"});
         return hmi.waitForStarted(20000) && RetryUntil([this] { return Ctl({"hmi", "areas"}).code == 0; }, 60000);
     }
     void Stop()
@@ -80,22 +77,18 @@ struct HmiMachine
         return out.split(QLatin1Char('\n'));
     }
     QJsonObject State() { return QJsonDocument::fromJson(Ctl({"hmi", "state", "--json"}).out.toUtf8()).object(); }
-    QString Area() { return State().value(QStringLiteral("area")).toString(); }
-    QString Screen() { return State().value(QStringLiteral("screen")).toString(); }
-    QString Caption() { return State().value(QStringLiteral("caption")).toArray().at(0).toString(); }
-    QString Status() { return State().value(QStringLiteral("status")).toArray().at(0).toString(); }
+    QString Area() { return State().value("area").toString(); }
+    QString Screen() { return State().value("screen").toString(); }
+    QString Caption() { return State().value("caption").toArray().at(0).toString(); }
+    QString Status() { return State().value("status").toArray().at(0).toString(); }
     bool KeyEnabled(int position)
     {
-        for (const QJsonValue& v :
-             State().value(QStringLiteral("softkeys")).toObject().value(QStringLiteral("myVr")).toArray())
-            if (v.toObject().value(QStringLiteral("position")).toInt() == position)
-                return v.toObject().value(QStringLiteral("enabled")).toBool();
+        for (const QJsonValue& v : State().value("softkeys").toObject().value("myVr").toArray())
+            if (v.toObject().value("position").toInt() == position)
+                return v.toObject().value("enabled").toBool();
         return false;
     }
-    bool WaitScreen(const QString& screen)
-    {
-        return RetryUntil([&] { return Screen() == screen; }, 20000);
-    }
+    bool WaitScreen(const QString& screen) { return RetryUntil([&] { return Screen() == screen; }, 20000); }
     // Presses a key and waits for the screen it leads to.
     bool Open(const QString& action, const QString& screen) { return Hmi({"key", action}) && WaitScreen(screen); }
     // A screen of the plug-in's area by its key on the horizontal bar.
@@ -104,10 +97,7 @@ struct HmiMachine
         return Hmi({"area", "Norvane"}) && Hmi({"key", "--menu", "myHu", "--position", QString::number(position)})
             && WaitScreen(screen);
     }
-    bool Fill(const QString& field, const QString& text)
-    {
-        return Hmi({"focus", field}) && Hmi({"type", "--clear", text});
-    }
+    bool Fill(const QString& field, const QString& text) { return Hmi({"focus", field}) && Hmi({"type", "--clear", text}); }
     // Presses a key that asks first, and answers the query.
     bool KeyAndAnswer(const QString& action, const QString& answer)
     {
@@ -120,11 +110,8 @@ struct HmiMachine
         return RetryUntil([&] { return Ctl({"hmi", "tree", "fileTree", verb, path}).code == 0; }, 10000);
     }
     QString Path(const QString& rel) const { return dir.path() + QLatin1Char('/') + rel; }
-    QString Appl(const QString& rel) const
-    {
-        return Path(QStringLiteral("card/oem/sinumerik/hmi/NorvaneZYN/appl/") + rel);
-    }
-    QString Log() const { return QString::fromUtf8(FileBytes(Appl(QStringLiteral("logs/SiemensHarvel.log")))); }
+    QString Appl(const QString& rel) const { return Path("card/oem/sinumerik/hmi/NorvaneZYN/appl/" + rel); }
+    QString Log() const { return QString::fromUtf8(FileBytes(Appl("logs/SiemensHarvel.log"))); }
 };
 
 } // namespace NetLinkFixture

@@ -7,10 +7,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
-#include <QSignalSpy>
-#include <QStringList>
 #include <QTemporaryDir>
-#include <QTextStream>
 #include <QtTest>
 
 #include <dlfcn.h>
@@ -28,20 +25,11 @@ inline QString BinaryDir()
 
 // The library and its generated protocol code, copied as the installation
 // puts them: the library finds the second through $ORIGIN only.
-inline bool InstallNetServer(const QString& applDir, const QString& config = QString())
+inline bool InstallNetServer(const QString& applDir)
 {
-    const QString lib = BinaryDir() + QStringLiteral("/lib/");
-    for (const char* name : {"libZynNetServer.so", "libharvel_net_proto.so"}) {
-        const QString target = applDir + QLatin1Char('/') + QLatin1String(name);
-        if (!QFile::exists(target) && !QFile::copy(lib + QLatin1String(name), target))
+    for (const char* name : {"/libZynNetServer.so", "/libharvel_net_proto.so"})
+        if (!QFile::exists(applDir + name) && !QFile::copy(BinaryDir() + "/lib" + name, applDir + name))
             return false;
-    }
-    if (!config.isEmpty()) {
-        QFile conf(applDir + QStringLiteral("/ZynNetServer.conf"));
-        if (!conf.open(QIODevice::WriteOnly | QIODevice::Truncate))
-            return false;
-        conf.write(config.toUtf8());
-    }
     return true;
 }
 
@@ -97,16 +85,15 @@ struct ClientRun
 // callbacks, as the HMI main thread does. The time limit only ends a hang.
 inline ClientRun RunClient(const QString& server, const QStringList& args, int limitMs = 60000)
 {
-    qRegisterMetaType<QProcess::ExitStatus>();
     QProcess process;
-    QSignalSpy finished(&process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished));
-    process.start(BinaryDir() + QStringLiteral("/bin/harvel-client"),
-                  QStringList{QStringLiteral("--server"), server} + args);
+    bool finished = false;
+    QObject::connect(&process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), [&] { finished = true; });
+    process.start(BinaryDir() + "/bin/harvel-client", QStringList{"--server", server} + args);
     ClientRun run;
-    if (!process.waitForStarted(limitMs) || (!finished.count() && !finished.wait(limitMs))) {
+    if (!process.waitForStarted(limitMs) || !RetryUntil([&] { return finished; }, limitMs)) {
         process.kill();
         process.waitForFinished();
-        run.err = QStringLiteral("harvel-client did not finish");
+        run.err = "harvel-client did not finish";
         return run;
     }
     run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;

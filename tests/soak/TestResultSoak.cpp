@@ -16,21 +16,10 @@
 #include <QSet>
 #include <QTimer>
 
-#include <csignal>
-
-namespace {
-
-int Results()
+static int Results()
 {
     return qEnvironmentVariableIsSet("HARVEL_SOAK_RESULTS") ? qEnvironmentVariableIntValue("HARVEL_SOAK_RESULTS") : 20;
 }
-
-QByteArray Hash(const QByteArray& content)
-{
-    return QCryptographicHash::hash(content, QCryptographicHash::Sha256).toHex();
-}
-
-} // namespace
 
 class TestResultSoak : public QObject
 {
@@ -51,11 +40,8 @@ void TestResultSoak::everyResultReachesAClientThatComesAndGoes()
 
     ResultHandoverFixture m;
     QVERIFY(m.Install(QStringLiteral("127.0.0.1:0")));
-    const QStringList problems = m.Start();
-    QVERIFY2(problems.isEmpty(), qPrintable(problems.join(QLatin1Char('\n'))));
-    const quint16 port = m.ServerPort();
-    QVERIFY2(port != 0, qPrintable(m.Log()));
-    const QString server = QStringLiteral("127.0.0.1:%1").arg(port);
+    QVERIFY(m.Start().isEmpty() && m.ServerPort() != 0);
+    const QString server = QStringLiteral("127.0.0.1:%1").arg(m.ServerPort());
 
     // The client goes away and comes back at random moments, killed hard
     // or asked to end; it is away for a while now and then.
@@ -93,7 +79,7 @@ void TestResultSoak::everyResultReachesAClientThatComesAndGoes()
         for (char& c : content)
             c = static_cast<char>(random.bounded(256));
         content.prepend(QByteArray::number(i) + '\n');
-        sent.insert(Hash(content));
+        sent.insert(QCryptographicHash::hash(content, QCryptographicHash::Sha256));
         QVERIFY(m.Deliver(content));
         QTRY_COMPARE_WITH_TIMEOUT(m.TmrFile(), QStringLiteral("0"), 20000);
     }
@@ -107,10 +93,11 @@ void TestResultSoak::everyResultReachesAClientThatComesAndGoes()
     const QStringList journals = m.Files(received.path(), QStringLiteral("*.cna"));
     QSet<QByteArray> arrived;
     for (const QString& name : journals)
-        arrived.insert(Hash(m.ReadFile(received.path() + QLatin1Char('/') + name)));
-    qInfo("soak: %d journals received, client went away %d times", int(journals.size()), departures);
+        arrived.insert(QCryptographicHash::hash(m.ReadFile(received.path() + '/' + name), QCryptographicHash::Sha256));
     QCOMPARE(journals.size(), results);
     QVERIFY(arrived == sent);
+    // The client did go away in the middle of the run.
+    QVERIFY(departures > 0);
     QCOMPARE(m.Files(m.NetJournalDir(), QStringLiteral("*.cnp")), QStringList());
 
     client.kill();
@@ -126,7 +113,6 @@ int main(int argc, char** argv)
         qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number(qMax(300000, Results() * 1500 + 120000)));
     QApplication app(argc, argv);
     TestResultSoak test;
-    QTEST_SET_MAIN_SOURCE_PATH
     return QTest::qExec(&test, argc, argv);
 }
 #include "TestResultSoak.moc"
