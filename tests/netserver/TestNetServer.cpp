@@ -651,7 +651,7 @@ void TestNetServer::tlsComesFromTheConfigurationFile()
     withCert.pem_root_certs = ReadAll(d + "/ca.pem");
     withCert.pem_cert_chain = ReadAll(d + "/client.pem");
     withCert.pem_private_key = ReadAll(d + "/client.key");
-    const grpc::SslCredentialsOptions withoutCert{withCert.pem_root_certs};
+    const grpc::SslCredentialsOptions withoutCert{withCert.pem_root_certs, "", ""};
     QVERIFY(read(grpc::SslCredentials(withCert)));
     QVERIFY(!read(grpc::SslCredentials(withoutCert)));
     QVERIFY(!read(grpc::InsecureChannelCredentials()));
