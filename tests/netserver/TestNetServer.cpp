@@ -396,8 +396,6 @@ void TestNetServer::callsAreAnsweredOrRefused()
     QCOMPARE(again.Call("GetSkipPosition").code, Code::UNAVAILABLE);
 }
 
-
-
 void TestNetServer::journalsComeBackUntilAcknowledged()
 {
     TestHost& host = TestHost::Instance();
