@@ -1,39 +1,23 @@
 #include "NetServerLibrary.h"
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
 #include <type_traits>
 
-NetServerLibrary::~NetServerLibrary()
-{
-    Unload();
-}
-
-std::string NetServerLibrary::BuiltLibraryPath()
-{
-    if (const char* bin = std::getenv("HARVEL_BINARY_DIR"))
-        return std::string(bin) + "/lib/libZynNetServer.so";
-    // Executables live in bin/, libraries beside it in lib/.
-    char self[4096] = {};
-    const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
-    std::string exe = n > 0 ? std::string(self, std::size_t(n)) : std::string("./x");
-    exe.erase(exe.find_last_of('/'));
-    return exe + "/../lib/libZynNetServer.so";
-}
-
 bool NetServerLibrary::Load(const std::string& folder, const std::string& config,
                             std::string& error)
 {
     const std::string copy = folder + "/libZynNetServer.so";
+    const char* bin = std::getenv("HARVEL_BINARY_DIR");
+    const std::string built = std::string(bin ? bin : ".") + "/lib/libZynNetServer.so";
     // A library once opened stays mapped; writing over it would change
     // code that runs.
     if (!std::ifstream(copy)) {
-        std::ifstream in(BuiltLibraryPath(), std::ios::binary);
+        std::ifstream in(built, std::ios::binary);
         if (!in || !(std::ofstream(copy, std::ios::binary) << in.rdbuf())) {
-            error = "cannot copy " + BuiltLibraryPath();
+            error = "cannot copy " + built;
             return false;
         }
     }
@@ -73,7 +57,7 @@ void NetServerLibrary::Unload()
 }
 
 bool NetServerLibrary::CreateAndStart(void** table, const std::string& applDir,
-                                      std::string& error)
+                                      std::string& error, unsigned short port)
 {
     char journal[ZYN_DIR_BUFFER_SIZE] = {};
     char req[ZYN_DIR_BUFFER_SIZE] = {};
@@ -84,7 +68,7 @@ bool NetServerLibrary::CreateAndStart(void** table, const std::string& applDir,
     }
     journalDir = journal;
     reqDir = req;
-    if (!startServer("127.0.0.1", 0)) {
+    if (!startServer("127.0.0.1", port)) {
         error = "StartServer failed";
         return false;
     }

@@ -10,16 +10,16 @@
 class NetServerLibrary
 {
 public:
-    ~NetServerLibrary();
+    ~NetServerLibrary() { Unload(); }
 
     // Copies the built library into folder (with an optional
     // ZynNetServer.conf beside it) and opens the copy.
     bool Load(const std::string& folder, const std::string& config, std::string& error);
     void Unload();
-    bool IsLoaded() const { return m_handle != nullptr; }
 
-    // Creates an instance over table and starts it on 127.0.0.1, port 0.
-    bool CreateAndStart(void** table, const std::string& applDir, std::string& error);
+    // Creates an instance over table and starts it on 127.0.0.1.
+    bool CreateAndStart(void** table, const std::string& applDir, std::string& error,
+                        unsigned short port = 0);
     void StopAndRelease();
 
     ZynCreateInstanceFn createInstance = nullptr;
@@ -36,8 +36,6 @@ public:
     std::string journalDir;
     std::string reqDir;
     std::string address;  // 127.0.0.1:port once started
-
-    static std::string BuiltLibraryPath();
 
 private:
     void* m_handle = nullptr;

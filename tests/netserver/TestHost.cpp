@@ -7,10 +7,7 @@
 
 namespace {
 
-TestHost& Host()
-{
-    return TestHost::Instance();
-}
+TestHost& Host() { return TestHost::Instance(); }
 
 bool Put(const std::string& text, char* buffer, unsigned int size, bool result = false)
 {
@@ -22,8 +19,8 @@ bool Put(const std::string& text, char* buffer, unsigned int size, bool result =
     return result;
 }
 
-// Every callback starts here: record who calls, and whether anyone is home.
-bool Enter(const char* peer, const char* path = nullptr)
+// Every callback starts here: record who calls.
+void Enter(const char* peer)
 {
     std::unique_lock<std::mutex> lock(Host().mutex);
     if (Host().holdCallbacks) {
@@ -34,14 +31,10 @@ bool Enter(const char* peer, const char* path = nullptr)
         ++Host().callbacksReturned;
         Host().changed.notify_all();
     }
-    Host().callbackThreads.insert(std::this_thread::get_id());
     if (std::this_thread::get_id() == Host().forbiddenThread)
         Host().calledFromForbiddenThread = true;
     if (peer)
         Host().peers.emplace_back(peer);
-    if (path)
-        Host().askedPaths.emplace_back(path);
-    return !Host().noReceiver;
 }
 
 bool Record(const std::string& event)
@@ -57,8 +50,7 @@ bool Record(const std::string& event)
 
 bool UploadFile(const char* peer, int fileType, const char* filePath, char*, unsigned int)
 {
-    if (!Enter(peer))
-        return false;
+    Enter(peer);
     std::ostringstream content;
     content << std::ifstream(filePath, std::ios::binary).rdbuf();
     std::lock_guard<std::mutex> lock(Host().mutex);
@@ -76,8 +68,7 @@ void GetJournals(const char* peer, const char* resultFile, bool succeeded)
 bool RequestInteractive(const char* peer, const char*, const char* receivedFile, char* errInfo,
                         unsigned int errSize)
 {
-    if (!Enter(peer))
-        return false;
+    Enter(peer);
     const std::string path = receivedFile;
     const std::string renamed = path.substr(0, path.find_last_of('.')) + ".req";
     if (std::rename(receivedFile, renamed.c_str()) != 0)
@@ -90,19 +81,9 @@ bool RequestInteractive(const char* peer, const char*, const char* receivedFile,
     return Put("", errInfo, errSize, true);
 }
 
-bool GetInteractiveResult(const char*, const char* reqFile, bool keep, const char* resultFile,
-                          char* errInfo, unsigned int errSize)
-{
-    if (!keep)
-        std::remove(resultFile);
-    Record(std::string("answer ") + reqFile + " " + (keep ? "keep" : "drop"));
-    return Put("", errInfo, errSize, true);
-}
-
 bool SelectProgram(const char* peer, const char* prgFileName, char* errInfo, unsigned int errSize)
 {
-    if (!Enter(peer, prgFileName))
-        return false;
+    Enter(peer);
     if (std::strstr(prgFileName, "MISSING"))
         return Put("Program does not exist", errInfo, errSize);
     return true;
@@ -119,8 +100,7 @@ bool InRange(int index, int count, char* errInfo, unsigned int errSize)
 bool ReadRVar(const char* peer, int index, int count, double* values, char* errInfo,
               unsigned int errSize)
 {
-    if (!Enter(peer))
-        return false;
+    Enter(peer);
     std::lock_guard<std::mutex> lock(Host().mutex);
     if (!InRange(index, count, errInfo, errSize))
         return false;
@@ -132,11 +112,8 @@ bool ReadRVar(const char* peer, int index, int count, double* values, char* errI
 bool WriteRVar(const char* peer, int index, int count, const double* values, char* errInfo,
                unsigned int errSize)
 {
-    if (!Enter(peer))
-        return false;
+    Enter(peer);
     std::lock_guard<std::mutex> lock(Host().mutex);
-    if (!values || count < 1)
-        return Put("Invalid count", errInfo, errSize);
     if (!InRange(index, count, errInfo, errSize))
         return false;
     for (int i = 0; i < count; ++i)
@@ -148,15 +125,7 @@ bool SendMsg(const char* peer, unsigned long long id, int, int, const char* mess
              const char* inputName, int* clickedButton, char* inputValue,
              unsigned int inputValueSize, char*, unsigned int)
 {
-    if (!Enter(peer))
-        return false;
-    std::unique_lock<std::mutex> lock(Host().mutex);
-    ++Host().messagesWaiting;
-    Host().changed.notify_all();
-    // As long as the operator takes: no time-out.
-    Host().changed.wait(lock, [] { return !Host().holdMessages; });
-    --Host().messagesWaiting;
-    Host().changed.notify_all();
+    Enter(peer);
     *clickedButton = int(id % 7);
     return Put(std::string("typed:") + messageText + "/" + inputName, inputValue, inputValueSize,
                true);
@@ -176,8 +145,7 @@ bool GetLogFiles(const char* peer, const char* logFileName, int sendState)
 bool GetMachineConfiguration(const char* peer, char* fileContent, unsigned int fileContentSize,
                              char*, unsigned int)
 {
-    if (!Enter(peer))
-        return false;
+    Enter(peer);
     // The plug-in cuts at the buffer's size, possibly inside a character.
     std::string doc = "<?xml version=\"1.0\" encoding=\"utf-8\"?><Machine><Model>\xC3\xA4</Model>";
     doc += std::string(fileContentSize, 'x');
@@ -187,8 +155,7 @@ bool GetMachineConfiguration(const char* peer, char* fileContent, unsigned int f
 
 bool CheckFileExists(const char* peer, const char* fileName, bool* isExists, char*, unsigned int)
 {
-    if (!Enter(peer, fileName))
-        return false;
+    Enter(peer);
     *isExists = bool(std::ifstream(fileName)) || std::string(fileName).rfind("//NC/", 0) == 0;
     return true;
 }
@@ -197,21 +164,19 @@ bool DownloadFile(const char* peer, const char* srcFileName, char* dstFileName,
                   unsigned int dstFileNameSize, bool* dstFileNeedRemove, char* errInfo,
                   unsigned int errSize)
 {
-    if (!Enter(peer, srcFileName))
-        return false;
-    std::lock_guard<std::mutex> lock(Host().mutex);
+    Enter(peer);
     // Like the plug-in, a local file is sent from where it lies.
-    const bool local = Host().downloadFile.empty();
-    if (local && !std::ifstream(srcFileName))
+    if (!std::ifstream(srcFileName))
         return Put("File not found", errInfo, errSize);
-    *dstFileNeedRemove = !local && Host().downloadRemove;
-    return Put(local ? srcFileName : Host().downloadFile, dstFileName, dstFileNameSize, true);
+    *dstFileNeedRemove = false;
+    return Put(srcFileName, dstFileName, dstFileNameSize, true);
 }
 
 bool GetCalibrationResult(const char* peer, char*, unsigned int, char* errInfo,
                           unsigned int errSize)
 {
-    return Enter(peer) && Put("Cannot get rotab center (0x81501031)", errInfo, errSize);
+    Enter(peer);
+    return Put("Cannot get rotab center (0x81501031)", errInfo, errSize);
 }
 
 bool GetSkipPosition(const char* peer, double* x, double* y, double* z, double* a, double* b,
@@ -221,7 +186,8 @@ bool GetSkipPosition(const char* peer, double* x, double* y, double* z, double* 
     *y = -2.5;
     *z = 3;
     *a = *b = *c = 0;
-    return Enter(peer);
+    Enter(peer);
+    return true;
 }
 
 }  // namespace
@@ -235,19 +201,16 @@ TestHost& TestHost::Instance()
 void TestHost::Reset()
 {
     std::lock_guard<std::mutex> lock(mutex);
-    rvars.assign(100, 0.0);
+    rvars.resize(100);
     for (std::size_t i = 0; i < rvars.size(); ++i)
         rvars[i] = double(i) + 0.25;
-    noReceiver = holdCallbacks = holdMessages = downloadRemove = false;
-    callbacksWaiting = callbacksReturned = messagesWaiting = 0;
-    callbackThreads.clear();
+    holdCallbacks = false;
+    callbacksWaiting = callbacksReturned = 0;
     events.clear();
     peers.clear();
-    askedPaths.clear();
     uploadType = -1;
     uploadPath.clear();
     uploadContent.clear();
-    downloadFile.clear();
     requests.clear();
     forbiddenThread = std::this_thread::get_id();
     calledFromForbiddenThread = false;
@@ -255,25 +218,20 @@ void TestHost::Reset()
 
 void TestHost::FillTable(void** table)
 {
-    const std::pair<int, void*> entries[] = {
-        {ZYN_CB_UPLOAD_FILE, reinterpret_cast<void*>(&UploadFile)},
-        {ZYN_CB_GET_JOURNALS, reinterpret_cast<void*>(&GetJournals)},
-        {ZYN_CB_REQUEST_INTERACTIVE, reinterpret_cast<void*>(&RequestInteractive)},
-        {ZYN_CB_GET_INTERACTIVE_RESULT, reinterpret_cast<void*>(&GetInteractiveResult)},
-        {ZYN_CB_SELECT_PROGRAM, reinterpret_cast<void*>(&SelectProgram)},
-        {ZYN_CB_READ_RVAR, reinterpret_cast<void*>(&ReadRVar)},
-        {ZYN_CB_WRITE_RVAR, reinterpret_cast<void*>(&WriteRVar)},
-        {ZYN_CB_SEND_MSG, reinterpret_cast<void*>(&SendMsg)},
-        {ZYN_CB_CLIENT_ACTION, reinterpret_cast<void*>(&ClientAction)},
-        {ZYN_CB_GET_LOG_FILES, reinterpret_cast<void*>(&GetLogFiles)},
-        {ZYN_CB_GET_MACHINE_CONFIGURATION, reinterpret_cast<void*>(&GetMachineConfiguration)},
-        {ZYN_CB_CHECK_FILE_EXISTS, reinterpret_cast<void*>(&CheckFileExists)},
-        {ZYN_CB_DOWNLOAD_FILE, reinterpret_cast<void*>(&DownloadFile)},
-        {ZYN_CB_GET_CALIBRATION_RESULT, reinterpret_cast<void*>(&GetCalibrationResult)},
-        {ZYN_CB_GET_SKIP_POSITION, reinterpret_cast<void*>(&GetSkipPosition)},
-    };
-    for (const auto& entry : entries)
-        table[entry.first] = entry.second;
+    table[ZYN_CB_UPLOAD_FILE] = reinterpret_cast<void*>(&UploadFile);
+    table[ZYN_CB_GET_JOURNALS] = reinterpret_cast<void*>(&GetJournals);
+    table[ZYN_CB_REQUEST_INTERACTIVE] = reinterpret_cast<void*>(&RequestInteractive);
+    table[ZYN_CB_SELECT_PROGRAM] = reinterpret_cast<void*>(&SelectProgram);
+    table[ZYN_CB_READ_RVAR] = reinterpret_cast<void*>(&ReadRVar);
+    table[ZYN_CB_WRITE_RVAR] = reinterpret_cast<void*>(&WriteRVar);
+    table[ZYN_CB_SEND_MSG] = reinterpret_cast<void*>(&SendMsg);
+    table[ZYN_CB_CLIENT_ACTION] = reinterpret_cast<void*>(&ClientAction);
+    table[ZYN_CB_GET_LOG_FILES] = reinterpret_cast<void*>(&GetLogFiles);
+    table[ZYN_CB_GET_MACHINE_CONFIGURATION] = reinterpret_cast<void*>(&GetMachineConfiguration);
+    table[ZYN_CB_CHECK_FILE_EXISTS] = reinterpret_cast<void*>(&CheckFileExists);
+    table[ZYN_CB_DOWNLOAD_FILE] = reinterpret_cast<void*>(&DownloadFile);
+    table[ZYN_CB_GET_CALIBRATION_RESULT] = reinterpret_cast<void*>(&GetCalibrationResult);
+    table[ZYN_CB_GET_SKIP_POSITION] = reinterpret_cast<void*>(&GetSkipPosition);
 }
 
 bool TestHost::WaitFor(const std::function<bool()>& pred, std::chrono::milliseconds timeout)

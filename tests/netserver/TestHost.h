@@ -8,14 +8,12 @@
 #include <deque>
 #include <functional>
 #include <mutex>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 // A stand-in for the plug-in behind the callback table: 100 R variables,
-// a file system under a folder, messages that wait until released, and a
-// record of every event the library reports.
+// the local file system, and a record of every event the library reports.
 class TestHost
 {
 public:
@@ -34,29 +32,18 @@ public:
     std::condition_variable changed;
 
     std::vector<double> rvars;
-    bool noReceiver = false;              // callbacks say no without words
-    std::set<std::thread::id> callbackThreads;
     std::vector<std::string> events;      // "connect PEER METHOD", "journal PEER PATH 1", ...
     std::vector<std::string> peers;       // peers of request callbacks
-    std::vector<std::string> askedPaths;  // exists, select, download
 
     // every callback waits while held, as if the main thread were busy
     bool holdCallbacks = false;
     int callbacksWaiting = 0;
     int callbacksReturned = 0;
 
-    // messages wait while held, as long as the operator takes
-    bool holdMessages = false;
-    int messagesWaiting = 0;
-
     // the last upload
     int uploadType = -1;
     std::string uploadPath;
     std::string uploadContent;
-
-    // downloads: the file the host names, and whether it is a copy
-    std::string downloadFile;
-    bool downloadRemove = false;
 
     // request files, renamed to .req and waiting for the test to decide
     std::deque<std::string> requests;

@@ -45,9 +45,7 @@ private:
 void TestPathFence::initTestCase()
 {
     QVERIFY(m_machine.isValid() && m_outside.isValid() && m_local.isValid());
-    const QString install = QStringLiteral("HARVEL_BUILD_DIR='%1' bash '%2' --net-server 127.0.0.1:0 '%3' >/dev/null")
-                                .arg(BinaryDir(), QStringLiteral(HARVEL_INSTALL_SCRIPT), m_machine.path());
-    QVERIFY(std::system(install.toLocal8Bit().constData()) == 0);
+    QVERIFY(InstallPlugin(m_machine.path(), QStringLiteral("127.0.0.1:0")));
     m_host.reset(new HmiHost);
     const QStringList problems = m_host->start(m_machine.path());
     QVERIFY2(problems.isEmpty(), qPrintable(problems.join(QLatin1Char('\n'))));
