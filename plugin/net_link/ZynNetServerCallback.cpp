@@ -42,11 +42,16 @@ QString FromFileSystem(const char* path)
 // are in place (slotHandingOver), the main thread acquires it before it
 // delivers a queued call and releases fromMainThread after it
 // (DeliverMarked), and the library's thread acquires that when its emit
-// returns (BackFromMainThread). The marks are per thread, not per call: a
-// queued call the main thread delivers while a callback waits is ordered
-// with that callback too, which could hide a race, never invent one.
+// returns (BackFromMainThread); a receiver called directly on the
+// library's thread is ordered after its connection the same way
+// (connectNotify). The marks are per thread, not per call: a queued call
+// the main thread delivers while a callback waits is ordered with that
+// callback too, which could hide a race, never invent one.
 char toMainThread;
 char fromMainThread;
+// A receiver connected in one thread and called directly in the library's:
+// Qt publishes the connection under a lock inside libQt5Core as well.
+char connected;
 // The event the main thread is delivering through DeliverMarked, so that
 // the delivery it starts itself passes; a slot's nested event loop
 // delivers others, which are marked in turn.
@@ -103,9 +108,18 @@ CZynNetServerCallback::~CZynNetServerCallback()
 #endif
 }
 
+void CZynNetServerCallback::connectNotify(const QMetaMethod& signal)
+{
+    Q_UNUSED(signal);
+#if defined(__SANITIZE_THREAD__)
+    __tsan_release(&connected);
+#endif
+}
+
 void CZynNetServerCallback::slotHandingOver()
 {
 #if defined(__SANITIZE_THREAD__)
+    __tsan_acquire(&connected);
     __tsan_release(&toMainThread);
 #endif
 }

@@ -75,6 +75,9 @@ signals:
     void signalGetSkipPosition(const QString& peer, double& x, double& y, double& z, double& a, double& b,
                                double& c, bool& isOK, QString& errInfo);
 
+protected:
+    void connectNotify(const QMetaMethod& signal) override;
+
 private slots:
     // Connected first to every signal in thread-checked builds: see the
     // constructor.
