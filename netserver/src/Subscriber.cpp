@@ -4,6 +4,7 @@
 #include "NetServer.h"
 #include "NotificationService.h"
 #include "PeerTracker.h"
+#include "ThreadCheck.h"
 #include "Utf8Text.h"
 #include "ZynNetServer.h"
 
@@ -26,6 +27,9 @@ Subscriber::Subscriber(NetServer& server, NotificationService& service,
       m_topics(topics)
 {
     m_server.Peers().CallStarted(m_peer, "Subscribe");
+    // gRPC gets the subscriber when the handler returns it and cancels and
+    // ends it on threads of its own; the order is kept inside libgrpc.
+    HARVEL_HANDED_OVER(this);
 }
 
 bool Subscriber::Post(const Notification& message, Topic topic)
@@ -186,6 +190,7 @@ void Subscriber::FinishLocked(const grpc::Status& status)
 
 void Subscriber::OnCancel()
 {
+    HARVEL_TAKEN_OVER(this);
     m_cutOff = true;
     std::lock_guard<std::mutex> lock(m_mutex);
     FinishLocked(grpc::Status(grpc::StatusCode::CANCELLED, "subscription ended"));
@@ -193,6 +198,7 @@ void Subscriber::OnCancel()
 
 void Subscriber::OnDone()
 {
+    HARVEL_TAKEN_OVER(this);
     m_service.Detach(this);
     {
         std::lock_guard<std::mutex> lock(m_mutex);

@@ -2,8 +2,10 @@
 
 #include "MiscUtility.h"
 
+#include <mutex>
+
 QMap<QString, tagClientInfo> CZynNetClientCollect::m_clients;
-QReadWriteLock CZynNetClientCollect::m_lock;
+std::shared_mutex CZynNetClientCollect::m_lock;
 quint64 CZynNetClientCollect::m_currentId = 0;
 
 bool CZynNetClientCollect::ParsePeer(const QString& peer, tagClientInfo& info)
@@ -37,7 +39,7 @@ bool CZynNetClientCollect::AddOrUpdateClient(const QString& peer, const QString&
         return false;
 
     const QDateTime now = QDateTime::currentDateTime();
-    QWriteLocker locker(&m_lock);
+    std::lock_guard<std::shared_mutex> locker(m_lock);
 
     if (disconnected) {
         m_clients.remove(peer);
@@ -64,6 +66,6 @@ bool CZynNetClientCollect::AddOrUpdateClient(const QString& peer, const QString&
 
 QList<tagClientInfo> CZynNetClientCollect::GetClientList()
 {
-    QReadLocker locker(&m_lock);
+    std::shared_lock<std::shared_mutex> locker(m_lock);
     return m_clients.values();
 }

@@ -3,8 +3,9 @@
 #include <QDateTime>
 #include <QList>
 #include <QMap>
-#include <QReadWriteLock>
 #include <QString>
+
+#include <shared_mutex>
 
 // One net client as the net server library reported it.
 struct tagClientInfo
@@ -33,6 +34,8 @@ public:
 
 private:
     static QMap<QString, tagClientInfo> m_clients;
-    static QReadWriteLock m_lock;
+    // A standard lock, not a QReadWriteLock: Qt's locks wait inside Debian's
+    // uninstrumented libQt5Core, where a thread checker cannot see them.
+    static std::shared_mutex m_lock;
     static quint64 m_currentId;
 };

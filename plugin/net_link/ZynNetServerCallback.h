@@ -18,6 +18,9 @@ class CZynNetServerCallback : public QObject
 public:
     static CZynNetServerCallback m_instance;
 
+    CZynNetServerCallback();
+    ~CZynNetServerCallback() override;
+
     static bool UploadFileCallback(const char* peer, int fileType, const char* filePath, char* errInfo,
                                    unsigned int errSize);
     static void GetJournalsCallback(const char* peer, const char* resultFile, bool succeeded);
@@ -71,4 +74,12 @@ signals:
     void signalReceivedReqFile(const QString& reqFilePath);
     void signalGetSkipPosition(const QString& peer, double& x, double& y, double& z, double& a, double& b,
                                double& c, bool& isOK, QString& errInfo);
+
+protected:
+    void connectNotify(const QMetaMethod& signal) override;
+
+private slots:
+    // Connected first to every signal in thread-checked builds: see the
+    // constructor.
+    void slotHandingOver();
 };
