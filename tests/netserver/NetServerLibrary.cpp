@@ -23,13 +23,7 @@ bool NetServerLibrary::Load(const std::string& folder, const std::string& config
     }
     if (!config.empty())
         std::ofstream(folder + "/ZynNetServer.conf", std::ios::trunc) << config;
-    int flags = RTLD_NOW | RTLD_LOCAL;
-#if defined(__SANITIZE_THREAD__)
-    // The thread checker names the frames of a library unloaded and mapped
-    // anew as <null>, which no suppression matches: keep every copy mapped.
-    flags |= RTLD_NODELETE;
-#endif
-    m_handle = dlopen(copy.c_str(), flags);
+    m_handle = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!m_handle) {
         error = dlerror();
         return false;
